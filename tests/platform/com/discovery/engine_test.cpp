@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/platform/com/discovery/hex.h"
+
 namespace linux_platform::com::discovery {
 namespace {
 
@@ -336,6 +338,56 @@ TEST_F(An_engine, IgnoresWhatIsNotBelievable) {
   both.endpoints = {endpoint("192.0.2.10", 30509, protocol_udp), good};
   receive({both});
   EXPECT_EQ(take_events(), Events{"+24577:30509"});
+}
+
+TEST_F(An_engine, TakesEntriesForWhatTheyAreWorth) {
+  std::string const header = "FF FF 81 00 00 00 00 30 00 00 00 00 01 01 02 00 C0 00 00 00 00 00 00 10 ";
+  std::string const ids = "60 01 00 01 01 00 00 03 00 00 00 00 00 00 00 0C ";
+  std::string const tcp_option = "00 09 04 00 C0 00 02 0A 00 06 77 2D";
+  std::string const find_it = "00 00 00 00 60 01 00 01 01 00 00 03 00 00 00 00 00 00 00 0C ";
+  struct Case {
+    char const* name;
+    std::string bytes;
+    Events events;
+    std::vector<Endpoint> answered;
+  };
+  engine_.offer(now_, statistics, own_endpoint);
+  advance(5s);
+  take_events();
+  std::uint8_t session = 0;
+  for (auto const& c : {
+           Case{"an offer behind the last option", "01 01 00 10 60 02" + ids.substr(5) + tcp_option, {}, {}},
+           Case{"an offer", "01 00 00 10 60 02" + ids.substr(5) + tcp_option, {"+24578:30509"}, {}},
+           Case{"a stop that needs no endpoint",
+                "01 00 00 00 60 02 00 01 01 00 00 00 00 00 00 00 00 00 00 00",
+                {"-24578"},
+                {}},
+           Case{"a find behind the last option", "00 05 00 10 " + ids + tcp_option, {}, {}},
+           Case{"a find with an endpoint", "00 00 00 10 " + ids + tcp_option, {}, {peer}},
+           Case{"a subscription behind the last option, its initial data bit set",
+                "06 05 00 10 60 01 00 01 01 00 00 03 00 83 00 09 00 00 00 0C " + tcp_option,
+                {},
+                {peer}},
+           Case{"a sender that names its endpoint",
+                find_it + "00 09 24 00 C0 00 02 63 00 11 77 1B",
+                {},
+                {{make_address_v4("192.0.2.99"), 30491}}},
+           Case{"a sender that names ours", find_it + "00 09 24 00 C0 00 02 01 00 11 77 1B", {}, {}},
+           Case{"a sender that names a TCP port", find_it + "00 09 24 00 C0 00 02 63 00 06 77 1B", {}, {}},
+       }) {
+    SCOPED_TRACE(c.name);
+    take_sent();
+    auto bytes = bytes_of(header + c.bytes);
+    bytes[7] = static_cast<std::uint8_t>(bytes.size() - 8);
+    bytes[11] = ++session;
+    engine_.receive(now_, Path::unicast, peer, bytes.data(), bytes.size());
+    EXPECT_EQ(take_events(), c.events);
+    ASSERT_EQ(sent_.size(), c.answered.size());
+    if (!sent_.empty()) {
+      EXPECT_EQ(sent_[0].to, c.answered[0]);
+      EXPECT_LE(sent_[0].message.entries[0].counter, 3);
+    }
+  }
 }
 
 TEST(AnEndpointFilter, FollowsTheSettings) {
