@@ -50,7 +50,7 @@ TEST(DiscoverySettings, AreRefusedWithTheNameOfTheMember) {
   for (auto const& c : {Case{R"({"grup": "239.1.2.3"})", "grup"}, Case{R"({"group": "192.0.2.1"})", "discovery.group"},
                         Case{R"({"group": "x"})", "discovery.group"}, Case{R"({"port": 0})", "discovery.port"},
                         Case{R"({"repetitions_max": 11})", "discovery.repetitions_max"},
-                        Case{R"({"ttl_s": 16777215})", "discovery.ttl_s"},
+                        Case{R"({"ttl_s": 16777216})", "discovery.ttl_s"},
                         Case{R"({"initial_delay_min_ms": 11})", "initial_delay_min_ms is greater than"},
                         Case{R"({"request_response_delay_max_ms": 60001})", "discovery.request_response_delay_max_ms"},
                         Case{R"({"endpoint_network": "192.0.2.0/33"})", "discovery.endpoint_network"},
