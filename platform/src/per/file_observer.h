@@ -23,7 +23,7 @@ struct File_operation {
   std::int64_t offset = 0;
   void const* data = nullptr;
   std::size_t size = 0;
-  std::string_view new_name;
+  std::string_view new_name = {};
 };
 
 /// Sees every step before it is taken, in the order of the steps, on the thread that uses the storage. Tests record

@@ -21,8 +21,11 @@ namespace {
 constexpr std::size_t group_line_limit = 65536;
 
 [[noreturn]] void refuse(std::string const& path, std::string const& what, int error) {
-  throw ara::per::ExceptionStorageLocationNotFound("folder \"" + printable(path) + "\": " + what + ": " +
-                                                   std::generic_category().message(error));
+  auto const text = "folder \"" + printable(path) + "\": " + what + ": " + std::generic_category().message(error);
+  if (error == EROFS || error == ENOSPC || error == EDQUOT || error == EIO) {
+    throw ara::per::ExceptionPhysicalStorageError(text);
+  }
+  throw ara::per::ExceptionStorageLocationNotFound(text);
 }
 
 }  // namespace

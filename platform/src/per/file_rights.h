@@ -24,7 +24,8 @@ struct File_rights {
 
   /// Gives a file or folder that the process just made its mode and group; 0, or the errno of what failed.
   int apply(int descriptor, mode_t mode) const noexcept;
-  /// Makes the folder unless it is there. ExceptionStorageLocationNotFound when it is not there afterwards, or closed.
+  /// Makes the folder unless it is there. ExceptionStorageLocationNotFound when its place is missing or closed,
+  /// ExceptionPhysicalStorageError when the medium is at fault.
   void make_folder(std::string const& path) const;
 };
 

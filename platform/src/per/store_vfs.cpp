@@ -128,11 +128,11 @@ Store_vfs::Store_vfs(Access access, File_rights rights, Write_meter_if& meter, F
 
 Store_vfs::~Store_vfs() { sqlite3_vfs_unregister(&table_); }
 
-int Store_vfs::create(std::string const& file) const noexcept {
+int Store_vfs::create(char const* file) const noexcept {
   if (auto const refused = observer_.before({Kind::create, file}); refused != 0) {
     return refused;
   }
-  Descriptor const made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  Descriptor const made(open(file, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
   auto const error = made ? rights_.apply(made.get(), rights_.file_mode()) : errno;
   return error == 0 ? SQLITE_OK : result_of(error) == SQLITE_FULL ? SQLITE_FULL : SQLITE_CANTOPEN;
 }
@@ -167,18 +167,18 @@ int Store_vfs::rename(std::string const& file, std::string const& new_name) cons
   return std::rename(file.c_str(), new_name.c_str()) == 0 ? SQLITE_OK : result_of(errno);
 }
 
-int Store_vfs::remove(std::string const& file) const noexcept {
+int Store_vfs::remove(char const* file) const noexcept {
   if (auto const refused = observer_.before({Kind::remove, file}); refused != 0) {
     return refused;
   }
-  if (unlink(file.c_str()) == 0) {
+  if (unlink(file) == 0) {
     return SQLITE_OK;
   }
   return errno == ENOENT ? SQLITE_IOERR_DELETE_NOENT : SQLITE_IOERR_DELETE;
 }
 
 int Store_vfs::create_with(std::string const& file, std::vector<std::uint8_t> const& content) const noexcept {
-  if (auto const result = create(file); result != SQLITE_OK) {
+  if (auto const result = create(file.c_str()); result != SQLITE_OK) {
     return result;
   }
   // The type is one that the default VFS neither locks nor shares.

@@ -41,12 +41,12 @@ class Store_vfs {
   sqlite3_vfs& base() const noexcept { return *base_; }
 
   /// Each of these is one step: observed, taken, counted. The result is a SQLite result code; errno says more.
-  int create(std::string const& file) const noexcept;
+  int create(char const* file) const noexcept;
   int write(sqlite3_file& base, char const* file, void const* data, int size, std::int64_t offset) const noexcept;
   int truncate(sqlite3_file& base, char const* file, std::int64_t size) const noexcept;
   int sync(sqlite3_file& base, char const* file, int flags) const noexcept;
   int rename(std::string const& file, std::string const& new_name) const noexcept;
-  int remove(std::string const& file) const noexcept;
+  int remove(char const* file) const noexcept;
 
   /// Makes `file` with that content, durably but for its name.
   int create_with(std::string const& file, std::vector<std::uint8_t> const& content) const noexcept;
