@@ -63,7 +63,7 @@ struct Database::Statements {
 
 void Database::Delete_statements::operator()(Statements* statements) const noexcept { delete statements; }
 
-Database::Database(std::string const& file, Store_vfs const& vfs, std::chrono::milliseconds lock_wait) {
+Database::Database(std::string const& file, Store_vfs& vfs, std::chrono::milliseconds lock_wait) {
   if (auto const finding = Store_format::check_header(file, vfs)) {
     throw ExceptionPhysicalStorageError(*finding);
   }
@@ -78,7 +78,7 @@ Database::Database(std::string const& file, Store_vfs const& vfs, std::chrono::m
 }
 
 /// Opens the connection and takes the lock.
-int Database::connect(std::string const& file, Store_vfs const& vfs) {
+int Database::connect(std::string const& file, Store_vfs& vfs) {
   auto const flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
                      (vfs.access() == Store_vfs::Access::read_only ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
   sqlite3* opened = nullptr;
@@ -107,15 +107,10 @@ void Database::set_up(Store_vfs::Access access) {
   if (access == Store_vfs::Access::read_only) {
     return;
   }
-  if (sqlite3_db_readonly(connection_.get(), "main") != 0) {
-    throw ExceptionPhysicalStorageError("no permission to write the file, or the file system is read-only");
-  }
   expect(SQLITE_OK, execute(writing_settings));
   check_structure();
   check_keys();
   // Only a file found in order gets the log's content when it is closed.
-  int keep_log = 1;
-  sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_PERSIST_WAL, &keep_log);
   sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
 }
 
@@ -250,7 +245,7 @@ int Database::execute(char const* sql) noexcept {
 
 void Database::expect(int expected, int result) {
   if (result != expected) {
-    throw ExceptionPhysicalStorageError(sqlite_cause(connection_.get(), result));
+    throw ExceptionPhysicalStorageError(sqlite_cause(result, sqlite3_system_errno(connection_.get())));
   }
 }
 

@@ -25,7 +25,7 @@ class Database {
  public:
   /// Opens an existing file and checks its format; for writing also its structure and keys, page by page. Nothing is
   /// written, and a damaged file is left as it is. Waits up to `lock_wait` while others have it open.
-  Database(std::string const& file, Store_vfs const& vfs, std::chrono::milliseconds lock_wait);
+  Database(std::string const& file, Store_vfs& vfs, std::chrono::milliseconds lock_wait);
 
   Store_summary const& summary() const noexcept { return summary_; }
 
@@ -43,7 +43,7 @@ class Database {
   };
   struct Statements;
 
-  int connect(std::string const& file, Store_vfs const& vfs);
+  int connect(std::string const& file, Store_vfs& vfs);
   void set_up(Store_vfs::Access access);
   void check_structure();
   void check_keys();

@@ -11,12 +11,13 @@ namespace linux_platform::per {
 /// One step of the store towards the medium. Views live for the call only.
 struct File_operation {
   enum class Kind {
-    create,    ///< `file` comes into being, empty
-    write,     ///< `size` bytes of `data` at `offset`; the file grows when need be
-    truncate,  ///< `file` gets the length `offset`
-    sync,      ///< what was written to `file` is durable after this, and so are the names in its directory
-    rename,    ///< `file` becomes `new_name`, in the same directory
-    remove,    ///< `file` goes
+    create,      ///< `file` comes into being, empty
+    write,       ///< `size` bytes of `data` at `offset`; the file grows when need be
+    truncate,    ///< `file` gets the length `offset`
+    sync,        ///< what was written to `file` is durable after this
+    sync_names,  ///< the names of the files in folder `file` are durable after this
+    rename,      ///< `file` becomes `new_name`, in the same folder
+    remove,      ///< `file` goes
   };
   Kind kind;
   std::string_view file;

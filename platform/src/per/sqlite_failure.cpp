@@ -4,6 +4,8 @@
 #include <string_view>
 #include <system_error>
 
+#include <sqlite3.h>
+
 namespace linux_platform::per {
 namespace {
 
@@ -43,9 +45,9 @@ std::string_view in_words(int result) noexcept {
 
 }  // namespace
 
-std::string sqlite_cause(sqlite3* connection, int result) {
+std::string sqlite_cause(int result, int error) {
   auto text = std::string(in_words(result)) + " (" + sqlite3_errstr(result) + ", SQLite code " + std::to_string(result);
-  if (auto const error = connection == nullptr ? 0 : sqlite3_system_errno(connection); error != 0) {
+  if (error != 0) {
     text += ", " + std::generic_category().message(error);
   }
   return text + ")";

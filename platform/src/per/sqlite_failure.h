@@ -4,13 +4,11 @@
 
 #include <string>
 
-#include <sqlite3.h>
-
 namespace linux_platform::per {
 
-/// The cause behind an extended SQLite result code, in words, with the code and the system's own error if there is one.
-/// `connection` may be null.
-std::string sqlite_cause(sqlite3* connection, int result);
+/// The cause behind an extended SQLite result code, in words, with the code and the system's error number `error` if
+/// that is not 0.
+std::string sqlite_cause(int result, int error);
 
 }  // namespace linux_platform::per
 

@@ -100,13 +100,12 @@ void Store::open(Per_settings const& settings, File_rights const& rights) {
 
 /// The lock on the counters keeps every other process out while this goes on. The first commit makes the new name
 /// durable, together with that of the log: until then there is nothing to lose.
-void Store::make_file() const {
+void Store::make_file() {
   auto const unfinished = place_.file + std::string(unfinished_suffix);
   auto const log = place_.file + std::string(log_suffix);
-  auto const step = [](int result) {
+  auto const step = [this](int result) {
     if (result != SQLITE_OK) {
-      auto const cause = errno == 0 ? "" : ": " + std::generic_category().message(errno);
-      throw ExceptionPhysicalStorageError("the file cannot be made" + cause + ": " + sqlite_cause(nullptr, result));
+      throw ExceptionPhysicalStorageError("the file cannot be made: " + sqlite_cause(result, vfs_->last_error()));
     }
   };
   // What an earlier life left behind: a store that was never finished, a log whose store was taken away.
@@ -115,7 +114,6 @@ void Store::make_file() const {
       step(vfs_->remove(leftover.c_str()));
     }
   }
-  errno = 0;
   step(vfs_->create_with(unfinished, Store_format::new_file(new_store_id())));
   step(vfs_->rename(unfinished, place_.file));
 }

@@ -55,7 +55,7 @@ class Store {
 
  private:
   void open(Per_settings const& settings, File_rights const& rights);
-  void make_file() const;
+  void make_file();
 
   Store_place const place_;
   std::mutex mutex_;

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/store_format.h"
 
-#include <sys/stat.h>
-
 #include <array>
-#include <cerrno>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -121,28 +118,18 @@ std::vector<std::uint8_t> Store_format::new_file(std::uint64_t store_id) {
   return file;
 }
 
-std::optional<std::string> Store_format::check_header(std::string const& file, Store_vfs const& vfs) {
-  struct stat status {};
-  if (stat(file.c_str(), &status) != 0) {
-    return "the file cannot be examined: " + std::generic_category().message(errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    return "it is no file";
-  }
-  // Through the default VFS, which knows of the locks that the process holds: closing the file by plain calls would
-  // drop them. A name is followed by empty parameters, as SQLite wants it.
-  auto const name = file + std::string(2, '\0');
-  Store_file opened(vfs, name.c_str());
-  if (opened.open_base(SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB, nullptr) != SQLITE_OK) {
-    return "the file cannot be opened: " + std::generic_category().message(errno);
+std::optional<std::string> Store_format::check_header(std::string const& file, Store_vfs& vfs) {
+  Store_file opened(vfs, file.c_str());
+  if (opened.open() != SQLITE_OK) {
+    return "the file cannot be opened: " + std::generic_category().message(vfs.last_error());
   }
   Header header{};
-  if (auto const result = opened.read(header.data(), header_size, 0); result == SQLITE_IOERR_SHORT_READ) {
+  auto const result = opened.read(header.data(), header_size, 0);
+  if (result == SQLITE_IOERR_SHORT_READ) {
     return "the file is damaged: it is too short";
-  } else if (result != SQLITE_OK) {
-    return "the file cannot be read: " + std::generic_category().message(errno);
   }
-  return finding(header);
+  return result == SQLITE_OK ? finding(header)
+                             : "the file cannot be read: " + std::generic_category().message(vfs.last_error());
 }
 
 std::optional<std::string> Store_format::check_tables(sqlite3* database) {

@@ -21,9 +21,9 @@ namespace linux_platform::per {
 struct Store_format {
   /// The content of a new store's file.
   static std::vector<std::uint8_t> new_file(std::uint64_t store_id);
-  /// What makes `file` no store of this format; nothing when its header is in order. Changes nothing, and is safe while
-  /// the process has the file open. An error of the file system counts as a finding.
-  static std::optional<std::string> check_header(std::string const& file, Store_vfs const& vfs);
+  /// What makes `file` no store of this format; nothing when its header is in order. Changes nothing. An error of the
+  /// file system counts as a finding.
+  static std::optional<std::string> check_header(std::string const& file, Store_vfs& vfs);
   /// What is wrong with the tables; nothing when they are as new_file made them.
   static std::optional<std::string> check_tables(sqlite3* database);
 };

@@ -7,105 +7,23 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <limits>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 
 #include "platform/src/per/descriptor.h"
-#include "platform/src/per/log_file.h"
-#include "platform/src/per/store_file.h"
+#include "platform/src/per/vfs_table.h"
 
 namespace linux_platform::per {
 namespace {
 
 using Kind = File_operation::Kind;
 
-/// What SQLite holds of a file of ours. Version 1 of the methods has neither shared memory nor memory-mapped reading.
-struct Handle : sqlite3_file {
-  std::unique_ptr<Store_file> file;
-};
-
-Store_file& file_of(sqlite3_file* handle) noexcept { return *static_cast<Handle*>(handle)->file; }
-Store_vfs const& vfs_of(sqlite3_vfs* table) noexcept { return *static_cast<Store_vfs const*>(table->pAppData); }
-sqlite3_vfs* base_of(sqlite3_vfs* table) noexcept { return &vfs_of(table).base(); }
-
-int close_handle(sqlite3_file* handle) noexcept {
-  static_cast<Handle*>(handle)->~Handle();
-  return SQLITE_OK;
-}
-
-sqlite3_io_methods const methods{
-    1,
-    close_handle,
-    [](sqlite3_file* f, void* to, int n, sqlite3_int64 at) { return file_of(f).read(to, n, at); },
-    [](sqlite3_file* f, void const* from, int n, sqlite3_int64 at) { return file_of(f).write(from, n, at); },
-    [](sqlite3_file* f, sqlite3_int64 size) { return file_of(f).truncate(size); },
-    [](sqlite3_file* f, int flags) { return file_of(f).sync(flags); },
-    [](sqlite3_file* f, sqlite3_int64* size) { return file_of(f).size(size); },
-    [](sqlite3_file* f, int level) { return file_of(f).lock(level); },
-    [](sqlite3_file* f, int level) { return file_of(f).unlock(level); },
-    [](sqlite3_file* f, int* held) { return file_of(f).check_reserved_lock(held); },
-    [](sqlite3_file* f, int operation, void* argument) { return file_of(f).control(operation, argument); },
-    [](sqlite3_file* f) { return file_of(f).sector_size(); },
-    [](sqlite3_file* f) { return file_of(f).characteristics(); },
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-
-int open_file(sqlite3_vfs* table, char const* name, sqlite3_file* memory, int flags, int* flags_out) noexcept {
-  memory->pMethods = nullptr;
-  try {
-    auto const is_log = (flags & SQLITE_OPEN_WAL) != 0;
-    auto log = is_log ? std::make_unique<Log_file>(vfs_of(table), name) : nullptr;
-    auto plain = is_log ? nullptr : std::make_unique<Store_file>(vfs_of(table), name);
-    auto const result = is_log ? log->open(flags, flags_out) : plain->open_base(flags, flags_out);
-    if (result != SQLITE_OK) {
-      return result;
-    }
-    auto* const handle = new (memory) Handle{};
-    handle->file = is_log ? std::unique_ptr<Store_file>(std::move(log)) : std::move(plain);
-    handle->pMethods = &methods;
-    return SQLITE_OK;
-  } catch (std::bad_alloc const&) {
-    return SQLITE_NOMEM;
-  }
-}
-
-sqlite3_vfs make_table(Store_vfs const* self, sqlite3_vfs const& base, char const* name) {
-  sqlite3_vfs table{};
-  table.iVersion = 2;
-  table.szOsFile = sizeof(Handle);
-  table.mxPathname = base.mxPathname;
-  table.zName = name;
-  // SQLite hands the pointer back untouched; everything behind it is used as const.
-  table.pAppData = const_cast<Store_vfs*>(self);  // NOLINT(cppcoreguidelines-pro-type-const-cast): a C interface.
-  table.xOpen = open_file;
-  table.xDelete = [](sqlite3_vfs* v, char const* file, int) { return vfs_of(v).remove(file); };
-  table.xAccess = [](sqlite3_vfs* v, char const* file, int flags, int* result) {
-    return base_of(v)->xAccess(base_of(v), file, flags, result);
-  };
-  table.xFullPathname = [](sqlite3_vfs* v, char const* file, int size, char* out) {
-    return base_of(v)->xFullPathname(base_of(v), file, size, out);
-  };
-  table.xRandomness = [](sqlite3_vfs* v, int size, char* out) {
-    return base_of(v)->xRandomness(base_of(v), size, out);
-  };
-  table.xSleep = [](sqlite3_vfs* v, int microseconds) { return base_of(v)->xSleep(base_of(v), microseconds); };
-  table.xCurrentTime = [](sqlite3_vfs* v, double* now) { return base_of(v)->xCurrentTime(base_of(v), now); };
-  table.xGetLastError = [](sqlite3_vfs* v, int size, char* out) {
-    return base_of(v)->xGetLastError(base_of(v), size, out);
-  };
-  table.xCurrentTimeInt64 = [](sqlite3_vfs* v, sqlite3_int64* now) {
-    return base_of(v)->xCurrentTimeInt64(base_of(v), now);
-  };
-  return table;
-}
-
 std::string next_name() {
-  // Names have to differ within the process, as SQLite finds a VFS by its name.
+  // SQLite finds a VFS by its name, so names differ within the process.
   static std::atomic<std::uint64_t> last{0};
   return "ara_per_" + std::to_string(++last);
 }
-
-int result_of(int error) noexcept { return error == ENOSPC || error == EDQUOT ? SQLITE_FULL : SQLITE_IOERR_WRITE; }
 
 }  // namespace
 
@@ -120,7 +38,7 @@ Store_vfs::Store_vfs(Access access, File_rights rights, Write_meter_if& meter, F
   if (base_ == nullptr) {
     throw std::runtime_error("SQLite has no default VFS");
   }
-  table_ = make_table(this, *base_, name_.c_str());
+  table_ = make_vfs_table(*this);
   if (sqlite3_vfs_register(&table_, 0) != SQLITE_OK) {
     throw std::bad_alloc();
   }
@@ -128,69 +46,107 @@ Store_vfs::Store_vfs(Access access, File_rights rights, Write_meter_if& meter, F
 
 Store_vfs::~Store_vfs() { sqlite3_vfs_unregister(&table_); }
 
-int Store_vfs::create(char const* file) const noexcept {
-  if (auto const refused = observer_.before({Kind::create, file}); refused != 0) {
-    return refused;
-  }
-  Descriptor const made(open(file, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  auto const error = made ? rights_.apply(made.get(), rights_.file_mode()) : errno;
-  return error == 0 ? SQLITE_OK : result_of(error) == SQLITE_FULL ? SQLITE_FULL : SQLITE_CANTOPEN;
-}
-
-int Store_vfs::write(sqlite3_file& base, char const* file, void const* data, int size,
-                     std::int64_t offset) const noexcept {
-  if (auto const refused = observer_.before({Kind::write, file, offset, data, static_cast<std::size_t>(size)});
-      refused != 0) {
-    return refused;
-  }
-  auto const result = base.pMethods->xWrite(&base, data, size, offset);
-  if (result == SQLITE_OK) {
-    meter_.written(static_cast<std::uint64_t>(size));
-  }
+int Store_vfs::failed(int result, int error) noexcept {
+  last_error_ = error;
   return result;
 }
 
-int Store_vfs::truncate(sqlite3_file& base, char const* file, std::int64_t size) const noexcept {
-  auto const refused = observer_.before({Kind::truncate, file, size});
-  return refused != 0 ? refused : base.pMethods->xTruncate(&base, size);
+int Store_vfs::write_failed(int error) noexcept {
+  auto const full = error == ENOSPC || error == EDQUOT || error == EFBIG;
+  return failed(full ? SQLITE_FULL : SQLITE_IOERR_WRITE, error);
 }
 
-int Store_vfs::sync(sqlite3_file& base, char const* file, int flags) const noexcept {
-  auto const refused = observer_.before({Kind::sync, file});
-  return refused != 0 ? refused : base.pMethods->xSync(&base, flags);
-}
-
-int Store_vfs::rename(std::string const& file, std::string const& new_name) const noexcept {
-  if (auto const refused = observer_.before({Kind::rename, file, 0, nullptr, 0, new_name}); refused != 0) {
-    return refused;
+int Store_vfs::create(char const* file) noexcept {
+  if (auto const refused = observer_.before({Kind::create, file}); refused != 0) {
+    return failed(refused, 0);
   }
-  return std::rename(file.c_str(), new_name.c_str()) == 0 ? SQLITE_OK : result_of(errno);
+  Descriptor const made(open(file, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+  auto const error = made ? rights_.apply(made.get(), rights_.file_mode()) : errno;
+  if (error == 0) {
+    return SQLITE_OK;
+  }
+  return failed(error == ENOSPC || error == EDQUOT ? SQLITE_FULL : SQLITE_CANTOPEN, error);
 }
 
-int Store_vfs::remove(char const* file) const noexcept {
+int Store_vfs::write(int descriptor, char const* file, void const* data, std::size_t size,
+                     std::int64_t offset) noexcept {
+  if (auto const refused = observer_.before({Kind::write, file, offset, data, size}); refused != 0) {
+    return failed(refused, 0);
+  }
+  auto const* from = static_cast<char const*>(data);
+  while (size != 0) {
+    auto const put = pwrite(descriptor, from, size, offset);
+    if (put < 0 && errno != EINTR) {
+      return write_failed(errno);
+    }
+    if (put > 0) {
+      meter_.written(static_cast<std::uint64_t>(put));
+      from += put;
+      offset += put;
+      size -= static_cast<std::size_t>(put);
+    }
+  }
+  return SQLITE_OK;
+}
+
+int Store_vfs::truncate(int descriptor, char const* file, std::int64_t size) noexcept {
+  if (auto const refused = observer_.before({Kind::truncate, file, size}); refused != 0) {
+    return failed(refused, 0);
+  }
+  return ftruncate(descriptor, size) == 0 ? SQLITE_OK : failed(SQLITE_IOERR_TRUNCATE, errno);
+}
+
+int Store_vfs::sync(int descriptor, char const* file) noexcept {
+  if (auto const refused = observer_.before({Kind::sync, file}); refused != 0) {
+    return failed(refused, 0);
+  }
+  if (fdatasync(descriptor) == 0) {
+    return SQLITE_OK;
+  }
+  return errno == ENOSPC || errno == EDQUOT ? write_failed(errno) : failed(SQLITE_IOERR_FSYNC, errno);
+}
+
+int Store_vfs::sync_folder_of(char const* file) noexcept {
+  std::string_view const path(file);
+  try {
+    std::string const folder(path.substr(0, path.rfind('/')));
+    if (auto const refused = observer_.before({Kind::sync_names, folder}); refused != 0) {
+      return failed(refused, 0);
+    }
+    Descriptor const opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return opened && fsync(opened.get()) == 0 ? SQLITE_OK : failed(SQLITE_IOERR_DIR_FSYNC, errno);
+  } catch (std::bad_alloc const&) {
+    return SQLITE_NOMEM;
+  }
+}
+
+int Store_vfs::rename(std::string const& file, std::string const& new_name) noexcept {
+  if (auto const refused = observer_.before({Kind::rename, file, 0, nullptr, 0, new_name}); refused != 0) {
+    return failed(refused, 0);
+  }
+  return std::rename(file.c_str(), new_name.c_str()) == 0 ? SQLITE_OK : write_failed(errno);
+}
+
+int Store_vfs::remove(char const* file) noexcept {
   if (auto const refused = observer_.before({Kind::remove, file}); refused != 0) {
-    return refused;
+    return failed(refused, 0);
   }
   if (unlink(file) == 0) {
     return SQLITE_OK;
   }
-  return errno == ENOENT ? SQLITE_IOERR_DELETE_NOENT : SQLITE_IOERR_DELETE;
+  return failed(errno == ENOENT ? SQLITE_IOERR_DELETE_NOENT : SQLITE_IOERR_DELETE, errno);
 }
 
-int Store_vfs::create_with(std::string const& file, std::vector<std::uint8_t> const& content) const noexcept {
+int Store_vfs::create_with(std::string const& file, std::vector<std::uint8_t> const& content) noexcept {
   if (auto const result = create(file.c_str()); result != SQLITE_OK) {
     return result;
   }
-  // The type is one that the default VFS neither locks nor shares.
-  constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_SUPER_JOURNAL;
-  Store_file made(*this, file.c_str());
-  if (auto const result = made.open_base(flags, nullptr); result != SQLITE_OK) {
-    return result;
+  Descriptor const made(open(file.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
+  if (!made) {
+    return failed(SQLITE_CANTOPEN, errno);
   }
-  if (auto const result = made.write(content.data(), static_cast<int>(content.size()), 0); result != SQLITE_OK) {
-    return result;
-  }
-  return made.sync(SQLITE_SYNC_NORMAL);
+  auto const result = write(made.get(), file.c_str(), content.data(), content.size(), 0);
+  return result == SQLITE_OK ? sync(made.get(), file.c_str()) : result;
 }
 
 }  // namespace linux_platform::per
