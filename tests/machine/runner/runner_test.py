@@ -25,6 +25,7 @@ class Runner(unittest.TestCase):
     def setUp(self):
         self.place = pathlib.Path(tempfile.mkdtemp(prefix="machine, runner:"))
         self.addCleanup(shutil.rmtree, self.place)
+        self.addCleanup(self.kill_what_is_left)
         self.place.chmod(0o777)  # for the ordinary user
         shutil.copytree(ROOT / "scripts/machine_runner", self.place / "runner")
         (self.place / "bin").mkdir()
@@ -62,10 +63,14 @@ class Runner(unittest.TestCase):
             try:
                 if str(self.place) in os.readlink(process / "cwd") or str(self.place) in (
                         process / "cmdline").read_text(encoding="utf-8"):
-                    left.append(process.name)
+                    left.append(int(process.name))
             except OSError:
                 pass  # it ended meanwhile
         return left
+
+    def kill_what_is_left(self):
+        for pid in self.processes_left():
+            os.kill(pid, signal.SIGKILL)
 
     def assert_nothing_left(self):
         self.assertEqual(self.processes_left(), [])
@@ -132,7 +137,7 @@ class Runner(unittest.TestCase):
 
     def test_the_kernel_ends_everything_when_the_runner_is_killed(self):
         runner = self.start_and_wait()
-        watched = [os.pidfd_open(int(pid)) for pid in self.processes_left() if int(pid) != runner.pid]
+        watched = [os.pidfd_open(pid) for pid in self.processes_left() if pid != runner.pid]
         self.assertGreaterEqual(len(watched), 7)
         runner.kill()
         runner.wait(LIMIT_S)
