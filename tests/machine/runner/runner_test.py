@@ -42,7 +42,7 @@ class Runner(unittest.TestCase):
         command = [*prefix, "/usr/bin/python3", "-B", "runner", "--programs", "bin", "--etc", "etc", "--directory",
                    directory, *options]
         return subprocess.Popen(command, cwd=self.place, env=environment, stdout=subprocess.PIPE,
-                                stderr=subprocess.STDOUT, text=True)
+                                stderr=subprocess.STDOUT, text=True, start_new_session=True)
 
     def finish(self, *options, **faults):
         with self.start(*options, **faults) as runner:
@@ -124,7 +124,7 @@ class Runner(unittest.TestCase):
                     output, _ = second.communicate(timeout=LIMIT_S)
                 self.assertEqual(second.returncode, 1)
                 self.assertIn(complaint, output)
-            runner.send_signal(number)
+            os.killpg(runner.pid, number)  # as a terminal sends it
             output, _ = runner.communicate(timeout=LIMIT_S)
             self.assertEqual(runner.returncode, 0, output)
             self.assertEqual(output.count(" FLWT DATA info "), 4, output)
