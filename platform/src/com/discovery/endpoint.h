@@ -10,7 +10,7 @@
 
 namespace linux_platform::com {
 
-/// Where a service listens; TCP, as this platform speaks no other transport to services.
+/// An address and a port. That of a service is a TCP one: this platform speaks no other transport to services.
 struct Endpoint {
   boost::asio::ip::address_v4 address;
   std::uint16_t port = 0;
