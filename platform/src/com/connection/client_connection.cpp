@@ -9,19 +9,15 @@ namespace {
 
 constexpr char const* runtime_ended = "the communication runtime has ended";
 
-/// Lets the thread that waits for an answer read the connection. The link may be gone: then the request has ended.
+/// Lets the thread that waits for an answer read the connection, and keeps that alive until then.
 class Link_driver final : public ara::com::Future_driver_if {
  public:
-  Link_driver(std::weak_ptr<Client_link> link, std::uint16_t session) : link_(std::move(link)), session_(session) {}
+  Link_driver(std::shared_ptr<Client_link> link, std::uint16_t session) : link_(std::move(link)), session_(session) {}
 
-  void drive(std::chrono::steady_clock::time_point until) override {
-    if (auto const link = link_.lock()) {
-      link->wait(session_, until);
-    }
-  }
+  void drive(std::chrono::steady_clock::time_point until) override { link_->wait(session_, until); }
 
  private:
-  std::weak_ptr<Client_link> const link_;
+  std::shared_ptr<Client_link> const link_;
   std::uint16_t const session_;
 };
 

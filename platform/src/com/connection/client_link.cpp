@@ -83,7 +83,8 @@ std::optional<std::uint16_t> Client_link::enter(Client_request& request) {
   }
   if (!session) {
     request.fail(Return_code::not_ok, std::to_string(limits_.outstanding_requests) +
-                                          " requests are waiting for answers on the connection to " + peer_ + " already");
+                                          " requests are waiting for answers on the connection to " + peer_ +
+                                          " already");
     return ended_at_once;
   }
   return session;

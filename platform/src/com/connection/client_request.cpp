@@ -34,8 +34,8 @@ void Client_request::finish(Message_view const& answer) const {
 }
 
 void Client_request::fail(Return_code code, std::string const& what) const {
-  reply->failure(std::make_exception_ptr(tarn::com::Transport_exception(static_cast<std::uint8_t>(code),
-                                                                        service->describe(method) + ": " + what)));
+  reply->failure(std::make_exception_ptr(
+      tarn::com::Transport_exception(static_cast<std::uint8_t>(code), service->describe(method) + ": " + what)));
 }
 
 void Client_request::expire() const {
@@ -43,8 +43,8 @@ void Client_request::expire() const {
 }
 
 void Client_request::unavailable(std::string const& what) const {
-  reply->failure(std::make_exception_ptr(
-      tarn::com::Service_not_available_exception(service->describe(method) + ": " + what)));
+  reply->failure(
+      std::make_exception_ptr(tarn::com::Service_not_available_exception(service->describe(method) + ": " + what)));
 }
 
 }  // namespace linux_platform::com

@@ -36,8 +36,6 @@ class Server_connection final {
   /// connection is lost.
   bool write(std::vector<std::uint8_t> const& message);
 
-  void shut_down() noexcept { stream_.shut_down(); }
-
   /// True for the first caller since help_came(): at most one thread is on its way to help.
   bool needs_help() noexcept { return !help_called_.exchange(true); }
   void help_came() noexcept { help_called_ = false; }

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/com/connection/tcp_stream.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <limits>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <limits>
 #include <utility>
 
 #include <boost/asio/error.hpp>

@@ -18,9 +18,8 @@ Reply_code application_error_reply(std::uint8_t number) noexcept {
 
 Outcome outcome_of(Reply_code reply) noexcept {
   if (reply.code == Return_code::ok) {
-    return reply.type == Message_type::response
-               ? Outcome{}
-               : Outcome{Outcome::Kind::communication_error, 0, Return_code::not_ok};
+    return reply.type == Message_type::response ? Outcome{}
+                                                : Outcome{Outcome::Kind::communication_error, 0, Return_code::not_ok};
   }
   auto const code = static_cast<std::uint8_t>(reply.code);
   if (code > application_error_offset && code <= application_error_offset + max_application_error) {

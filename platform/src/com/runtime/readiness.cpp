@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/com/runtime/readiness.h"
 
+#include <cerrno>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <system_error>
+#include <unistd.h>
 
 namespace linux_platform::com {
 namespace {
@@ -64,10 +63,8 @@ void Readiness::remove(int descriptor) noexcept {
 std::optional<std::uint64_t> Readiness::wait(std::optional<std::chrono::milliseconds> limit) noexcept {
   epoll_event event{};
   int const ready = ::epoll_wait(epoll_, &event, 1, limit ? static_cast<int>(limit->count()) : -1);
-  if (ready > 0 && event.data.u64 != end_id) {
-    return event.data.u64;
-  }
-  return {};
+  std::uint64_t const id = event.data.u64;
+  return ready > 0 && id != end_id ? std::optional(id) : std::nullopt;
 }
 
 void Readiness::end() noexcept {

@@ -91,6 +91,7 @@ class Proxy_base {
                                                    std::unique_ptr<Reply_if> reply) const;
 
   class Implementation;
+  Service_handle handle_;
   std::unique_ptr<Implementation> implementation_;
 };
 
