@@ -84,10 +84,9 @@ def find(service, instance=0xFFFF):
 
 
 def offer(ttl=3):
-    return SDEntry_Service(type=1, srv_id=OURS, inst_id=1, major_ver=1, ttl=ttl, minor_ver=0, n_opt_1=1)
-
-
-OUR_ENDPOINT = SDOption_IP4_EndPoint(addr=PEER, l4_proto=6, port=4711)
+    """The peer's own offer: entries and options."""
+    return ([SDEntry_Service(type=1, srv_id=OURS, inst_id=1, major_ver=1, ttl=ttl, minor_ver=0, n_opt_1=1)],
+            [SDOption_IP4_EndPoint(addr=PEER, l4_proto=6, port=4711)])
 
 
 def check(message, session=None, **entry_fields):
@@ -102,7 +101,7 @@ def check(message, session=None, **entry_fields):
 
 def offers_go_out(peer):
     peer.tell(f"offer {SERVED} 1 30509")
-    peer.line(f"+ {SERVED} 1 {NODE}:30509")
+    peer.line(f"+ {SERVED} {NODE}:30509")
     for session in (1, 2, 3):
         message = peer.receive(peer.group, 1)
         check(message, session=session, srv_id=SERVED, inst_id=1, major_ver=1, ttl=3, minor_ver=0, n_opt_1=1)
@@ -126,28 +125,22 @@ def subscriptions_are_refused(peer):
 def a_search_asks_and_takes_the_answer(peer):
     peer.tell(f"find {OURS} 65535 5000")
     check(peer.receive(peer.group, 0), srv_id=OURS, inst_id=0xFFFF, major_ver=1, minor_ver=0xFFFFFFFF)
-    peer.send(NODE, [offer()], [OUR_ENDPOINT])
-    peer.line(f"+ {OURS} 1 {PEER}:4711")
+    peer.send(NODE, *offer())
+    peer.line(f"+ {OURS} {PEER}:4711")
     peer.line("found 1")
 
 
-def a_stop_offer_ends_it(peer):
-    peer.send(GROUP, [offer(ttl=0)], [OUR_ENDPOINT])
-    peer.line(f"- {OURS} 1")
-
-
-def a_lifetime_ends_it(peer):
-    peer.send(GROUP, [offer(ttl=1)], [OUR_ENDPOINT])
-    peer.line(f"+ {OURS} 1 {PEER}:4711")
-    peer.line(f"- {OURS} 1")
-
-
-def a_restart_is_seen(peer):
-    peer.send(GROUP, [offer()], [OUR_ENDPOINT])
-    peer.line(f"+ {OURS} 1 {PEER}:4711")
+def a_stop_a_lifetime_and_a_restart_end_offers(peer):
+    peer.send(GROUP, *offer(ttl=0))
+    peer.line(f"- {OURS}")
+    peer.send(GROUP, *offer(ttl=1))
+    peer.line(f"+ {OURS} {PEER}:4711")
+    peer.line(f"- {OURS}")
+    peer.send(GROUP, *offer())
+    peer.line(f"+ {OURS} {PEER}:4711")
     peer.send(GROUP, [find(SERVED)], session=1)
     peer.line(f"reboot {PEER}")
-    peer.line(f"- {OURS} 1")
+    peer.line(f"- {OURS}")
 
 
 def damage_is_borne(peer):
@@ -164,8 +157,7 @@ def main():
     peer = Peer(sys.argv[1])
     try:
         for row in (offers_go_out, finds_are_answered_by_unicast, subscriptions_are_refused,
-                    a_search_asks_and_takes_the_answer, a_stop_offer_ends_it, a_lifetime_ends_it, a_restart_is_seen,
-                    damage_is_borne):
+                    a_search_asks_and_takes_the_answer, a_stop_a_lifetime_and_a_restart_end_offers, damage_is_borne):
             row(peer)
             print("ok", row.__name__, flush=True)
         peer.node.stdin.close()

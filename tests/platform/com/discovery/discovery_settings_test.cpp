@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,28 +19,21 @@ Discovery_settings read(char const* text) {
 }
 
 TEST(DiscoverySettings, AreReadOverTheDefaults) {
-  auto const defaults = read("{}");
-  EXPECT_EQ(defaults.group.to_string(), "224.224.224.245");
-  EXPECT_EQ(defaults.port, 30490);
-  EXPECT_FALSE(defaults.loopback_endpoints);
-  auto const read_ones = read(
-      R"({"group": "239.1.2.3", "port": 4000, "initial_delay_min_ms": 1, "initial_delay_max_ms": 2,
-          "repetitions_base_delay_ms": 3, "repetitions_max": 4, "cyclic_offer_delay_ms": 2000, "ttl_s": 6,
-          "request_response_delay_min_ms": 7, "request_response_delay_max_ms": 8, "find_window_ms": 9,
-          "loopback_endpoints": false, "endpoint_network": "192.0.2.0/24"})");
-  EXPECT_EQ(read_ones.group.to_string(), "239.1.2.3");
-  EXPECT_EQ(read_ones.port, 4000);
-  EXPECT_EQ(read_ones.initial_delay_min.count(), 1);
-  EXPECT_EQ(read_ones.initial_delay_max.count(), 2);
-  EXPECT_EQ(read_ones.repetitions_base_delay.count(), 3);
-  EXPECT_EQ(read_ones.repetitions_max, 4U);
-  EXPECT_EQ(read_ones.cyclic_offer_delay.count(), 2000);
-  EXPECT_EQ(read_ones.ttl.count(), 6);
-  EXPECT_EQ(read_ones.request_response_delay_min.count(), 7);
-  EXPECT_EQ(read_ones.request_response_delay_max.count(), 8);
-  EXPECT_EQ(read_ones.find_window.count(), 9);
-  EXPECT_EQ(read_ones.loopback_endpoints, false);
-  EXPECT_EQ(read_ones.endpoint_network->to_string(), "192.0.2.0/24");
+  EXPECT_EQ(read("{}").group.to_string(), "224.224.224.245");
+  EXPECT_EQ(read("{}").port, 30490);
+  auto const s = read(R"({"group": "239.1.2.3", "port": 4000, "initial_delay_min_ms": 1, "initial_delay_max_ms": 2,
+      "repetitions_base_delay_ms": 3, "repetitions_max": 4, "cyclic_offer_delay_ms": 2000, "ttl_s": 6,
+      "request_response_delay_min_ms": 7, "request_response_delay_max_ms": 8, "find_window_ms": 9,
+      "loopback_endpoints": false, "endpoint_network": "192.0.2.0/24"})");
+  EXPECT_EQ(s.group.to_string(), "239.1.2.3");
+  EXPECT_EQ(s.port, 4000);
+  EXPECT_EQ((std::vector<std::int64_t>{
+                s.initial_delay_min.count(), s.initial_delay_max.count(), s.repetitions_base_delay.count(),
+                s.repetitions_max, s.cyclic_offer_delay.count(), s.ttl.count(), s.request_response_delay_min.count(),
+                s.request_response_delay_max.count(), s.find_window.count()}),
+            (std::vector<std::int64_t>{1, 2, 3, 4, 2000, 6, 7, 8, 9}));
+  EXPECT_EQ(s.loopback_endpoints, false);
+  EXPECT_EQ(s.endpoint_network->to_string(), "192.0.2.0/24");
 }
 
 TEST(DiscoverySettings, AreRefusedWithTheNameOfTheMember) {
