@@ -11,14 +11,14 @@ namespace orvel::persistency {
 /// the platform's statistics service reports it. The order of the members is that of the wire.
 struct KVS_io_stat {
   std::string application_id;  ///< UTF-8
-  std::uint64_t session_read;
-  std::uint64_t session_write;
-  std::uint64_t session_setvalue;
-  std::uint64_t total_read;
-  std::uint64_t total_write;
-  std::uint64_t total_setvalue;
-  std::uint64_t soft_limit;
-  std::uint64_t hard_limit;
+  std::uint64_t session_read = 0;
+  std::uint64_t session_write = 0;
+  std::uint64_t session_setvalue = 0;
+  std::uint64_t total_read = 0;
+  std::uint64_t total_write = 0;
+  std::uint64_t total_setvalue = 0;
+  std::uint64_t soft_limit = 0;
+  std::uint64_t hard_limit = 0;
 };
 
 }  // namespace orvel::persistency
