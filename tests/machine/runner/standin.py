@@ -1,0 +1,54 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
+"""Takes the place of one process of the machine, named as ARA_PROCESS says. STANDIN_<name> makes it misbehave."""
+import json
+import os
+import pathlib
+import signal
+import socket
+import subprocess
+import sys
+
+NAME = os.environ["ARA_PROCESS"]
+FAULT = os.environ.get(f"STANDIN_{NAME}", "")
+MANIFEST = json.loads(pathlib.Path(os.environ["ARA_MACHINE_MANIFEST"]).read_text(encoding="utf-8"))
+assert pathlib.Path("/etc/flashwatch.json").exists() and pathlib.Path("/etc/passwd").exists()
+
+stopped = False
+
+
+def stop(*_):
+    global stopped  # pylint: disable=global-statement
+    stopped = True
+
+
+def note(event):
+    with open(pathlib.Path(os.environ["STANDIN_EVENTS"]), "a", encoding="utf-8") as events:
+        events.write(f"{event} {NAME}\n")
+
+
+def notify(text):
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.connect(os.environ["NOTIFY_SOCKET"].replace("@", "\0", 1))
+        manager.send(text)
+
+
+signal.signal(signal.SIGTERM, stop)
+discovery = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+discovery.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+discovery.bind((MANIFEST["processes"][NAME]["address"], MANIFEST["communication"]["discovery"]["port"]))
+note("start")
+if FAULT == "leaves a child":
+    subprocess.Popen(["sleep", "1000"], cwd=os.path.dirname(sys.argv[0]))  # pylint: disable=consider-using-with
+if FAULT == "dies":
+    sys.exit("cannot go on")
+if FAULT != "never ready":
+    notify(b"READY=1\nSTATUS=running")
+while not stopped:
+    signal.pause()
+note("end")
+if NAME == "flashwatch":
+    for application in ("navigation", "media", "tripmeter", "flashwatch"):
+        if FAULT != "forgets media" or application != "media":
+            print(f"12:00 FLWT DATA info {application} session(1, 2) total(3, 4) budget(-1, 5)", flush=True)
+sys.exit(5 if FAULT == "ends with 5" else 0)

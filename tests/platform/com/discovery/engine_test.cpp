@@ -1,0 +1,363 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a node says and when, and what it believes of others, in scripted time.
+#include "platform/src/com/discovery/engine.h"
+
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "tests/platform/com/discovery/hex.h"
+
+namespace linux_platform::com::discovery {
+namespace {
+
+using boost::asio::ip::address_v4;
+using boost::asio::ip::make_address_v4;
+using std::chrono::milliseconds;
+using namespace std::chrono_literals;
+using Events = std::vector<std::string>;
+
+Service_key const statistics{0x6001, 1, 1, 0};
+Service_key const report{0x6010, 1, 1, 0};
+auto const own = make_address_v4("192.0.2.1");
+Endpoint const own_endpoint{own, 30501};
+Endpoint const peer{make_address_v4("192.0.2.10"), 30490};
+Endpoint const served{peer.address, 30509};
+
+Entry find(Service_key const& key) { return {Entry_type::find, key, 3, 0, 0, {}, true}; }
+Entry offer(Service_key const& key, std::uint32_t ttl = 3, Endpoint const& at = served) {
+  return {Entry_type::offer, key, ttl, 0, 0, {{at.address, protocol_tcp, at.port}}, true};
+}
+
+class An_engine : public ::testing::Test, public Datagram_sink_if, public Discovery_listener_if {
+ protected:
+  struct Sent {
+    long at_ms;
+    Endpoint to;
+    Message message;
+  };
+
+  void send(std::vector<std::uint8_t> const& datagram, Endpoint const& destination) override {
+    auto const at = std::chrono::duration_cast<milliseconds>(now_ - Time{});
+    sent_.push_back({at.count(), destination, parse_message(datagram.data(), datagram.size()).value()});
+    times_.push_back(at.count());
+  }
+  void on_available(Service_key const& key, Endpoint const& endpoint) override {
+    events_.push_back("+" + std::to_string(key.service) + ":" + std::to_string(endpoint.port));
+  }
+  void on_unavailable(Service_key const& key) override { events_.push_back("-" + std::to_string(key.service)); }
+  void on_reboot(address_v4 const& address) override { events_.push_back("reboot " + address.to_string()); }
+  void on_trouble(std::string const& /*what*/) override { events_.push_back("trouble"); }
+
+  // Lets time pass; whatever is due runs at its own moment.
+  void advance(milliseconds by) {
+    auto const end = now_ + by;
+    for (auto due = engine_.next_due(); due && *due <= end; due = engine_.next_due()) {
+      now_ = std::max(now_, *due);
+      engine_.run_due(now_);
+    }
+    now_ = end;
+  }
+  void receive(std::vector<Entry> entries, Path path = Path::multicast, Endpoint const& from = peer) {
+    receive_stamped({static_cast<std::uint16_t>(++sessions_[{from.address, path}]), true}, std::move(entries), path,
+                    from);
+  }
+  void receive_stamped(Session_stamp stamp, std::vector<Entry> entries, Path path, Endpoint const& from = peer) {
+    auto const bytes = build_message({stamp.session, stamp.reboot, std::move(entries), {}});
+    engine_.receive(now_, path, from, bytes.data(), bytes.size());
+  }
+  // Each search that ends adds the number of what it found.
+  void search(Service_key const& wanted = {0x6001, any_instance, 1, any_minor}, milliseconds window = 100ms) {
+    engine_.find(now_, wanted, window, [this](auto const& found) { found_.push_back(found.size()); });
+  }
+  Events take_events() { return std::exchange(events_, {}); }
+
+  Time now_;
+  std::vector<Sent> sent_;
+  std::vector<long> times_;
+  Events events_;
+  std::vector<std::size_t> found_;
+  std::map<std::pair<address_v4, Path>, int> sessions_;
+  // Every random delay is the longest.
+  Engine engine_{Discovery_settings{}, own, [](auto, auto max) { return max; }, *this, *this};
+};
+
+TEST_F(An_engine, AnnouncesInThreePhasesAndNumbersItsMessages) {
+  engine_.offer(now_, statistics, own_endpoint);
+  advance(4s);
+  // Delay 10; then 30, 60, 120 after each; then 240 and a cycle; then cycles.
+  EXPECT_EQ(times_, (std::vector<long>{10, 40, 100, 220, 1460, 2460, 3460}));
+  std::uint16_t session = 0;
+  for (auto const& sent : sent_) {
+    EXPECT_EQ(sent.message.session, ++session);
+    EXPECT_EQ(sent.to, (Endpoint{make_address_v4("224.224.224.245"), 30490}));
+  }
+}
+
+TEST_F(An_engine, AtRestSendsOneMessageACycleForAllItsOffers) {
+  engine_.offer(now_, statistics, own_endpoint);
+  advance(400ms);
+  engine_.offer(now_, report, own_endpoint);
+  advance(5s);
+  sent_.clear();
+  advance(10s);
+  EXPECT_EQ(sent_.size(), 10U);
+  EXPECT_EQ(sent_.back().message.entries.size(), 2U);
+  now_ += 1h;  // the machine slept; what was missed is not made up for
+  engine_.run_due(now_);
+  advance(1500ms);
+  EXPECT_EQ(sent_.size(), 12U);
+}
+
+TEST_F(An_engine, StopsOffersAtOnceAndSplitsWhatFitsNoFrame) {
+  for (std::uint16_t i = 0; i < Local_offers::max_offers; ++i) {
+    ASSERT_TRUE(engine_.offer(now_, {static_cast<std::uint16_t>(0x100 + i), 1, 1, 0}, own_endpoint));
+  }
+  EXPECT_FALSE(engine_.offer(now_, statistics, own_endpoint));
+  engine_.withdraw({0x100, 1, 1, 0});
+  engine_.stop();
+  ASSERT_EQ(sent_.size(), 3U);
+  EXPECT_EQ(sent_[0].message.entries[0].ttl, ttl_withdrawn);
+  EXPECT_EQ(sent_[1].message.entries.size(), max_entries_sent);
+  EXPECT_EQ(sent_[2].message.entries.size(), Local_offers::max_offers - 1 - max_entries_sent);
+  EXPECT_FALSE(engine_.next_due());
+}
+
+TEST_F(An_engine, NumbersTurnFromTheLastTo1WithoutRebootFlag) {
+  engine_.offer(now_, statistics, own_endpoint);
+  advance(65'536s);
+  EXPECT_EQ(sent_.at(0xFFFE).message.session, 0xFFFF);
+  EXPECT_TRUE(sent_.at(0xFFFE).message.reboot);
+  EXPECT_EQ(sent_.at(0xFFFF).message.session, 1);
+  EXPECT_FALSE(sent_.at(0xFFFF).message.reboot);
+  receive({find(statistics)}, Path::unicast);
+  EXPECT_EQ(sent_.back().message.session, 1) << "each peer has its own numbers";
+  EXPECT_TRUE(sent_.back().message.reboot);
+}
+
+TEST_F(An_engine, AnswersFindsThatMatchByUnicast) {
+  struct Question {
+    char const* name;
+    Service_key wanted;
+    std::size_t answers;
+  };
+  engine_.offer(now_, {0x6001, 1, 1, 7}, own_endpoint);
+  receive({find({0x6001, 1, 1, 7})}, Path::unicast);
+  EXPECT_TRUE(sent_.empty()) << "nothing is answered before the first announcement";
+  advance(300ms);
+  for (auto const& q :
+       {Question{"all wild", {0x6001, any_instance, any_major, any_minor}, 1}, Question{"exact", {0x6001, 1, 1, 7}, 1},
+        Question{"other service", {0x6002, 1, 1, 7}, 0}, Question{"other instance", {0x6001, 2, 1, 7}, 0},
+        Question{"other major", {0x6001, 1, 2, 7}, 0}, Question{"other minor", {0x6001, 1, 1, 6}, 0}}) {
+    SCOPED_TRACE(q.name);
+    sent_.clear();
+    receive({find(q.wanted)}, Path::unicast);
+    EXPECT_EQ(sent_.size(), q.answers) << "by unicast, at once";
+    receive({find(q.wanted), find(q.wanted)}, Path::multicast);
+    EXPECT_EQ(sent_.size(), q.answers) << "by multicast, after the response delay";
+    advance(10ms);
+    ASSERT_EQ(sent_.size(), 2 * q.answers);
+    EXPECT_TRUE(q.answers == 0 || (sent_[1].to == peer && sent_[1].message.entries.size() == 1));
+  }
+}
+
+TEST_F(An_engine, TakesEntriesForWhatTheyAreWorth) {
+  struct Case {
+    char const* name;
+    Path path;
+    std::string entry_and_options;
+    Events events;
+    std::string answer_to;
+  };
+  std::string const ids = " 00 01 01 00 00 03 00 00 00 00 00 00 00 0C ";
+  std::string const tcp = "00 09 04 00 C0 00 02 0A 00 06 77 2D";
+  std::string const find_it = "00 00 00 00 60 01" + ids + "00 09 24 00 C0 00 02 ";
+  std::string const subscribe = "06 05 00 10 60 01 00 01 01 00 00 03 00 83 00 09 00 00 00 0C " + tcp;
+  engine_.offer(now_, statistics, own_endpoint);
+  advance(5s);
+  take_events();
+  std::uint8_t session = 0;
+  for (auto const& c : {
+           Case{"an offer partly behind the last option", Path::multicast, "01 00 05 11 60 02" + ids + tcp, {}, ""},
+           Case{"an offer", Path::multicast, "01 00 00 10 60 02" + ids + tcp, {"+24578:30509"}, ""},
+           Case{"a stop without endpoint",
+                Path::multicast,
+                "01 00 00 00 60 02 00 01 01 00 00 00 00 00 00 00 00 00 00 00",
+                {"-24578"},
+                ""},
+           Case{"an offer of any instance", Path::multicast, "01 00 00 10 60 02 FF FF" + ids.substr(6) + tcp, {}, ""},
+           Case{"a find behind the last option", Path::unicast, "00 05 00 10 60 01" + ids + tcp, {}, ""},
+           Case{"a find with an endpoint", Path::unicast, "00 00 00 10 60 01" + ids + tcp, {}, "192.0.2.10:30490"},
+           Case{"a subscription behind the last option", Path::unicast, subscribe, {}, "192.0.2.10:30490"},
+           Case{"a subscription that was not meant for us", Path::multicast, subscribe, {}, ""},
+           Case{"a sender that names its endpoint", Path::unicast, find_it + "63 00 11 77 1B", {}, "192.0.2.99:30491"},
+           Case{"a sender that names ours", Path::unicast, find_it + "01 00 11 77 1B", {}, ""},
+           Case{"a sender that names a TCP port", Path::unicast, find_it + "63 00 06 77 1B", {}, ""},
+       }) {
+    SCOPED_TRACE(c.name);
+    sent_.clear();
+    auto bytes =
+        bytes_of("FF FF 81 00 00 00 00 30 00 00 00 00 01 01 02 00 C0 00 00 00 00 00 00 10 " + c.entry_and_options);
+    bytes[7] = static_cast<std::uint8_t>(bytes.size() - 8);
+    bytes[11] = ++session;
+    engine_.receive(now_, c.path, peer, bytes.data(), bytes.size());
+    EXPECT_EQ(take_events(), c.events);
+    ASSERT_EQ(sent_.size(), c.answer_to.empty() ? 0U : 1U);
+    if (!sent_.empty()) {
+      EXPECT_EQ(sent_[0].to.address.to_string() + ":" + std::to_string(sent_[0].to.port), c.answer_to);
+      EXPECT_LE(sent_[0].message.entries[0].counter, 3) << "the bits beside the counter are not repeated";
+    }
+  }
+}
+
+TEST_F(An_engine, KnowsAnOfferUntilItsLifetimeIsOver) {
+  receive({offer(statistics), offer(report, ttl_until_reboot)});
+  advance(2s);
+  receive({offer(statistics)});
+  receive({offer(report)}, Path::multicast, {own, 30490});
+  receive({offer(report)}, Path::multicast, {peer.address, 30491});
+  advance(2999ms);
+  EXPECT_EQ(take_events(), (Events{"+24577:30509", "+24592:30509"}));
+  advance(1ms);
+  EXPECT_EQ(take_events(), Events{"-24577"});
+  advance(100h);
+  EXPECT_EQ(engine_.live(report).size(), 1U);
+}
+
+TEST_F(An_engine, TellsOnlyWhatAMessageChangedInTheEnd) {
+  receive({offer(statistics)});
+  take_events();
+  receive({offer(statistics, 0), offer(statistics)});
+  EXPECT_EQ(take_events(), Events{});
+  receive({offer(statistics, 0), offer(statistics, 3, {peer.address, 4000})});
+  EXPECT_EQ(take_events(), Events{"+24577:4000"});
+  receive({offer({0x6001, 1, 1, 5}, 3, {peer.address, 4000})});
+  EXPECT_EQ(take_events(), (Events{"-24577", "+24577:4000"})) << "another minor version is another service";
+}
+
+TEST_F(An_engine, LeavesAnInstanceToTheNodeThatOfferedItFirst) {
+  Endpoint const other{make_address_v4("192.0.2.11"), 30490};
+  receive({offer(statistics)});
+  receive({offer(statistics, 3, {other.address, 1})}, Path::multicast, other);
+  receive({offer(statistics, 0)}, Path::multicast, other);
+  EXPECT_EQ(take_events(), Events{"+24577:30509"});
+  engine_.offer(now_, report, own_endpoint);
+  receive({offer(report)});
+  EXPECT_EQ(take_events(), Events{"+24592:30501"}) << "what is offered here is not taken from elsewhere";
+}
+
+TEST_F(An_engine, SeesThatAPeerStartedAnew) {
+  struct Stamps {
+    char const* name;
+    Session_stamp before;
+    Session_stamp now;
+    bool reboot;
+  };
+  for (auto const& c :
+       {Stamps{"next", {5, true}, {6, true}, false}, Stamps{"gap", {5, true}, {900, true}, false},
+        Stamps{"same number", {5, true}, {5, true}, true}, Stamps{"lower", {5, true}, {1, true}, true},
+        Stamps{"wrap", {0xFFFF, true}, {1, false}, false}, Stamps{"wrap again", {0xFFFF, false}, {1, false}, false},
+        Stamps{"flag comes back", {5, false}, {6, true}, true}}) {
+    Peers peers;
+    EXPECT_FALSE(peers.accept(peer.address, Path::unicast, c.before)) << c.name;
+    EXPECT_FALSE(peers.accept(peer.address, Path::multicast, {1, true})) << c.name;
+    EXPECT_EQ(peers.accept(peer.address, Path::unicast, c.now), c.reboot) << c.name;
+  }
+  receive_stamped({7, true}, {offer(statistics)}, Path::multicast);
+  receive_stamped({7, true}, {offer(statistics)}, Path::unicast);
+  take_events();
+  receive_stamped({1, true}, {offer(statistics)}, Path::unicast);
+  EXPECT_EQ(take_events(), (Events{"reboot 192.0.2.10", "-24577", "+24577:30509"}));
+  receive_stamped({1, true}, {offer(statistics)}, Path::multicast);
+  EXPECT_EQ(take_events(), Events{}) << "one restart, although both paths show it";
+}
+
+TEST(Peers, ForgottenOnesAreNotMadeToSeeARestart) {
+  Peers peers;
+  peers.accept(address_v4{0}, Path::unicast, {1, true});
+  for (int i = 0; i < 5; ++i) {
+    peers.next_to(address_v4{0});
+  }
+  for (std::uint32_t i = 1; i <= Peers::max_peers; ++i) {
+    peers.accept(address_v4{i}, Path::unicast, {1, true});
+  }
+  EXPECT_EQ(peers.next_to(address_v4{0}).session, 6);
+  EXPECT_FALSE(peers.accept(address_v4{0}, Path::unicast, {1, true})) << "it was forgotten";
+}
+
+TEST(AnEndpointFilter, BelievesWhatAPeerCanBeReachedAt) {
+  auto const at = [](char const* address, std::uint16_t port = 30509, std::uint8_t protocol = protocol_tcp) {
+    return Endpoint_option{make_address_v4(address), protocol, port};
+  };
+  auto const good = at("192.0.2.10");
+  Discovery_settings settings;
+  settings.endpoint_network = boost::asio::ip::make_network_v4("192.0.2.0/28");
+  Endpoint_filter const filter{settings, own};
+  EXPECT_EQ(filter.tcp_endpoint({at("192.0.2.10", 9, protocol_udp), good}), served);
+  for (auto const& bad : std::vector<std::vector<Endpoint_option>>{{},
+                                                                   {at("192.0.2.10", 30509, protocol_udp)},
+                                                                   {good, at("192.0.2.10", 30510)},
+                                                                   {good, at("192.0.2.10", 30509, 0x84)},
+                                                                   {at("192.0.2.10", 0)},
+                                                                   {at("192.0.2.1")},
+                                                                   {at("192.0.2.16")}}) {
+    EXPECT_FALSE(filter.tcp_endpoint(bad)) << &bad;
+  }
+  Endpoint_filter const everywhere{Discovery_settings{}, own};
+  for (auto const* bad : {"224.0.0.1", "0.0.0.0", "255.255.255.255", "127.0.0.1"}) {
+    EXPECT_FALSE(everywhere.tcp_endpoint({at(bad)})) << bad;
+  }
+  EXPECT_TRUE(Endpoint_filter(Discovery_settings{}, make_address_v4("127.0.0.1")).tcp_endpoint({at("127.0.0.2")}));
+  settings.loopback_endpoints = false;
+  EXPECT_FALSE(Endpoint_filter(settings, make_address_v4("127.0.0.1")).tcp_endpoint({at("127.0.0.2")}));
+}
+
+TEST_F(An_engine, SearchesAtOnceAndAgainUntilTheWindowIsOver) {
+  search({0x6001, 2, any_major, any_minor}, 90ms);
+  advance(89ms);
+  EXPECT_TRUE(found_.empty());
+  advance(1ms);
+  EXPECT_EQ(found_, std::vector<std::size_t>{0});
+  EXPECT_EQ(times_, (std::vector<long>{0, 30})) << "none when the window closes";
+  EXPECT_EQ(sent_[0].message.entries[0].key, (Service_key{0x6001, 2, any_major, any_minor}));
+  EXPECT_FALSE(engine_.next_due()) << "no questions outlive the search";
+}
+
+TEST_F(An_engine, EndsASearchWithTheFirstOfferAndAnswersFromLiveOnes) {
+  search();
+  receive({offer({0x6001, 2, 1, 0}), offer(statistics)}, Path::unicast);
+  EXPECT_EQ(found_, std::vector<std::size_t>{2});
+  advance(1s);
+  EXPECT_EQ(times_, std::vector<long>{0}) << "an offer ends the questions";
+  search();
+  EXPECT_EQ(found_, (std::vector<std::size_t>{2, 2}));
+  EXPECT_EQ(times_.size(), 1U);
+}
+
+TEST_F(An_engine, FindsItsOwnOffersAndEndsSearchesWhenItStops) {
+  search();
+  engine_.offer(now_, statistics, own_endpoint);
+  EXPECT_EQ(found_, std::vector<std::size_t>{1});
+  search(report);
+  engine_.stop();
+  EXPECT_EQ(found_, (std::vector<std::size_t>{1, 0}));
+  EXPECT_EQ(take_events(), (Events{"+24577:30501", "-24577"}));
+}
+
+TEST_F(An_engine, SaysOnceThatALimitIsReached) {
+  for (std::uint32_t i = 0; i < Remote_offers::max_offers + 2; ++i) {
+    receive({offer({static_cast<std::uint16_t>(i / 100 + 1), static_cast<std::uint16_t>(i % 100 + 1), 1, 0})});
+  }
+  EXPECT_EQ(events_.size(), Remote_offers::max_offers + 1);
+  EXPECT_EQ(events_.back(), "trouble");
+  take_events();
+  for (std::size_t i = 0; i < Searches::max_searches + 2; ++i) {
+    search();
+  }
+  EXPECT_EQ(found_, (std::vector<std::size_t>{0, 0}));
+  EXPECT_EQ(take_events(), Events{"trouble"});
+}
+
+}  // namespace
+}  // namespace linux_platform::com::discovery
