@@ -4,9 +4,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <utility>
-
 #include <pthread.h>
+#include <utility>
 
 #include "ara/exec/application_client.h"
 #include "ara/log/logging.h"

@@ -6,8 +6,8 @@
 
 namespace machine::diagnostic_manager::connections {
 
-/// What an activation type takes. There is neither authentication nor TLS here, so a type that wants them is refused with
-/// the code that says so.
+/// What an activation type takes. There is neither authentication nor TLS here, so a type that wants them is refused
+/// with the code that says so.
 enum class Activation_policy : std::uint8_t {
   open,
   needs_authentication,

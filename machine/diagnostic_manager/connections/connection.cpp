@@ -104,9 +104,8 @@ void Connection::ask_for_activation(doip::Routing_activation_request const& requ
     state_ = State::examining;
     tester_ = request.source;
     inactivity_timer_.stop();
-    shared_.sockets.activate(id_, tester_, [this, chosen = policy->second](Activation_code code) {
-      activation_decided(code, chosen);
-    });
+    shared_.sockets.activate(
+        id_, tester_, [this, chosen = policy->second](Activation_code code) { activation_decided(code, chosen); });
   }
 }
 
@@ -185,8 +184,9 @@ void Connection::watch_activity() {
 
 void Connection::close(std::string_view reason) {
   if (state_ != State::closed) {
-    lost();
+    state_ = State::closed;
     link_.close(reason);
+    lost();
   }
 }
 

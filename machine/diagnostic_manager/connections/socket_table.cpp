@@ -93,8 +93,8 @@ void Socket_table::concluded(Id id, bool alive) {
   }
   // A decision may close connections and so come back here: nothing is held across the call.
   while (true) {
-    auto const ready = std::find_if(waiting_.begin(), waiting_.end(),
-                                    [](Waiting const& waiting) { return waiting.asked.empty(); });
+    auto const ready =
+        std::find_if(waiting_.begin(), waiting_.end(), [](Waiting const& waiting) { return waiting.asked.empty(); });
     if (ready == waiting_.end()) {
       return;
     }
@@ -105,8 +105,8 @@ void Socket_table::concluded(Id id, bool alive) {
 }
 
 std::size_t Socket_table::registered() const noexcept {
-  return static_cast<std::size_t>(
-      std::count_if(entries_.begin(), entries_.end(), [](auto const& entry) { return entry.second.address.has_value(); }));
+  return static_cast<std::size_t>(std::count_if(entries_.begin(), entries_.end(),
+                                                [](auto const& entry) { return entry.second.address.has_value(); }));
 }
 
 std::map<Socket_table::Id, Socket_table::Entry>::iterator Socket_table::holder(std::uint16_t address) {

@@ -32,8 +32,8 @@ std::vector<Udp_entity::Answer> Udp_entity::answers(Byte_view datagram, Cast cas
     Byte_view const rest = datagram.after(Header::size);
     std::optional<Header_nack> const refused = check(*header, rest.size(), config_.max_data_size);
     if (refused) {
-      bool const silent = cast == Cast::broadcast ||
-                          (refused != Header_nack::incorrect_pattern && is_said_by_entities(header->type));
+      bool const silent =
+          cast == Cast::broadcast || (refused != Header_nack::incorrect_pattern && is_said_by_entities(header->type));
       if (!silent) {
         result.push_back({header_nack(answering_version(header->version, config_.protocol_version), *refused), false});
       }
@@ -49,9 +49,10 @@ std::vector<Udp_entity::Answer> Udp_entity::answers(Byte_view datagram, Cast cas
 
 std::optional<Udp_entity::Answer> Udp_entity::answer(Header const& header, Byte_view payload) const {
   std::uint8_t const version = answering_version(header.version, config_.protocol_version);
-  bool const meant = (header.type == Payload_type::identification_request) ||
-                     (header.type == Payload_type::identification_request_by_eid && same(config_.identity.eid, payload)) ||
-                     (header.type == Payload_type::identification_request_by_vin && same(config_.identity.vin, payload));
+  bool const meant =
+      (header.type == Payload_type::identification_request) ||
+      (header.type == Payload_type::identification_request_by_eid && same(config_.identity.eid, payload)) ||
+      (header.type == Payload_type::identification_request_by_vin && same(config_.identity.vin, payload));
   if (meant) {
     return Answer{doip::announcement(version, config_.identity), true};
   }

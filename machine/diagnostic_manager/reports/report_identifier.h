@@ -16,8 +16,8 @@
 
 namespace machine::diagnostic_manager::reports {
 
-/// A data identifier whose record a service gives. The service is asked on a thread of this object's own, one question at
-/// a time, so a service that hangs holds up nobody but those who read this identifier.
+/// A data identifier whose record a service gives. The service is asked on a thread of this object's own, one question
+/// at a time, so a service that hangs holds up nobody but those who read this identifier.
 ///
 /// Testers that come while a question is under way wait for the next one, which then answers all of them: every tester
 /// gets a record that was asked for after its request came. Each tester has one request at most, so those who wait

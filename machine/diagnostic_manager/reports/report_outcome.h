@@ -22,8 +22,8 @@ struct Service_hung {};
 /// How asking a service for the record of its identifier ended.
 using Report_outcome = std::variant<Bytes, Service_failed, Service_absent, Service_hung>;
 
-/// The same in the words of UDS: absent is conditionsNotCorrect, hung generalReject, a failure the service's own code. The
-/// codes that end no request, 0x00 and responsePending, become generalReject.
+/// The same in the words of UDS: absent is conditionsNotCorrect, hung generalReject, a failure the service's own code.
+/// The codes that end no request, 0x00 and responsePending, become generalReject.
 uds::Read_outcome to_read_outcome(Report_outcome outcome);
 
 }  // namespace machine::diagnostic_manager::reports

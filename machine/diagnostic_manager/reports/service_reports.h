@@ -10,8 +10,8 @@
 
 namespace machine::diagnostic_manager::reports {
 
-/// The services behind the two identifiers, reached through the communication runtime, which outlives them. `instance` is
-/// the name or number under which the manifest deploys them; tarn::com::Invalid_argument_exception when it does not.
+/// The services behind the two identifiers, reached through the communication runtime, which outlives them. `instance`
+/// is the name or number under which the manifest deploys them; tarn::com::Invalid_argument_exception when it does not.
 
 /// 0x17F0: the entry count (one byte) followed by the report's bytes.
 std::unique_ptr<Blocking_report_if> make_flashwatch_report(std::string const& instance, ara::log::Logger const& log);

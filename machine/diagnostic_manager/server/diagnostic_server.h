@@ -21,8 +21,8 @@
 
 namespace machine::diagnostic_manager::server {
 
-/// The whole DoIP entity: the sockets, the event loop and its thread, and what stands behind each identifier. Listens when
-/// it is constructed, ends when it is destroyed.
+/// The whole DoIP entity: the sockets, the event loop and its thread, and what stands behind each identifier. Listens
+/// when it is constructed, ends when it is destroyed.
 class Diagnostic_server {
  public:
   /// The services behind 0x17F0 and 0x17F2.

@@ -63,10 +63,9 @@ void Tcp_link::close(std::string_view reason) {
 }
 
 void Tcp_link::read() {
-  socket_.async_read_some(boost::asio::buffer(input_),
-                          [self = shared_from_this()](error_code const& error, std::size_t count) {
-                            self->bytes_read(error, count);
-                          });
+  socket_.async_read_some(
+      boost::asio::buffer(input_),
+      [self = shared_from_this()](error_code const& error, std::size_t count) { self->bytes_read(error, count); });
 }
 
 void Tcp_link::bytes_read(error_code const& error, std::size_t count) {
@@ -87,23 +86,23 @@ void Tcp_link::bytes_read(error_code const& error, std::size_t count) {
 }
 
 void Tcp_link::write() {
-  boost::asio::async_write(
-      socket_, boost::asio::buffer(queue_.front()), [self = shared_from_this()](error_code const& error, std::size_t) {
-        if (self->state_ == State::closed) {
-          return;
-        }
-        if (error) {
-          self->end("lost while sending");
-          return;
-        }
-        self->queued_ -= self->queue_.front().size();
-        self->queue_.pop_front();
-        if (!self->queue_.empty()) {
-          self->write();
-        } else if (self->state_ == State::finishing) {
-          self->finish_sending();
-        }
-      });
+  boost::asio::async_write(socket_, boost::asio::buffer(queue_.front()),
+                           [self = shared_from_this()](error_code const& error, std::size_t) {
+                             if (self->state_ == State::closed) {
+                               return;
+                             }
+                             if (error) {
+                               self->end("lost while sending");
+                               return;
+                             }
+                             self->queued_ -= self->queue_.front().size();
+                             self->queue_.pop_front();
+                             if (!self->queue_.empty()) {
+                               self->write();
+                             } else if (self->state_ == State::finishing) {
+                               self->finish_sending();
+                             }
+                           });
 }
 
 void Tcp_link::finish_sending() {

@@ -13,8 +13,8 @@ namespace machine::diagnostic_manager {
 
 class Timer;
 
-/// The deadlines of everything that waits, processed "until now" by whoever owns the time: an event loop, or a test with
-/// a clock of its own. Used on one thread only; outlives its timers.
+/// The deadlines of everything that waits, processed "until now" by whoever owns the time: an event loop, or a test
+/// with a clock of its own. Used on one thread only; outlives its timers.
 class Timer_queue {
  public:
   using Time = std::chrono::steady_clock::time_point;

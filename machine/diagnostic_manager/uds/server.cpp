@@ -73,7 +73,8 @@ void Server::dispatch(Byte_view request) {
 }
 
 void Server::session_control(Byte_view request) {
-  auto const known = {static_cast<std::uint8_t>(Session::default_session), static_cast<std::uint8_t>(Session::extended)};
+  auto const known = {static_cast<std::uint8_t>(Session::default_session),
+                      static_cast<std::uint8_t>(Session::extended)};
   if (std::optional<Response_code> const refused = check_sub_function(request, known)) {
     refuse(sid_session_control, *refused);
     return;
@@ -164,8 +165,7 @@ void Server::finish_read(Read_request::Outcome outcome) {
 }
 
 void Server::refuse(std::uint8_t service, Response_code code) {
-  bool const silent =
-      addressing_ == Addressing::functional && pending_sent_ == 0 && is_silent_when_functional(code);
+  bool const silent = addressing_ == Addressing::functional && pending_sent_ == 0 && is_silent_when_functional(code);
   if (!silent) {
     respond_({sid_negative, service, static_cast<std::uint8_t>(code)});
   }
