@@ -46,6 +46,9 @@ function(flashwatch_add_platform_library name)
   target_link_libraries(ara_${name} PUBLIC ${LIB_PUBLIC} PRIVATE ${LIB_PRIVATE} flashwatch_warnings)
 endfunction()
 
+# Everything that runs on a machine, and no tests.
+add_custom_target(programs)
+
 # flashwatch_add_program(NAME SOURCES file... [LINKS target...])
 function(flashwatch_add_program name)
   cmake_parse_arguments(PROGRAM "" "" "SOURCES;LINKS" ${ARGN})
@@ -53,4 +56,5 @@ function(flashwatch_add_program name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${PROGRAM_LINKS} flashwatch_warnings)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+  add_dependencies(programs ${name})
 endfunction()

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MACHINE_SAMPLE_APPLICATIONS_SAMPLE_APPLICATION_H
+#define MACHINE_SAMPLE_APPLICATIONS_SAMPLE_APPLICATION_H
+
+#include "machine/sample_applications/workload.h"
+
+namespace sample_applications {
+
+/// Runs the workload until SIGTERM or SIGINT: the whole of a sample application's main function. Reports running after
+/// its first sync and terminating at the end. A storage that cannot be opened or written is logged and tried again.
+/// Returns the exit code: 0 after a signal, 1 when the process is set up wrongly (logged).
+int run(Workload const& workload) noexcept;
+
+}  // namespace sample_applications
+
+#endif
