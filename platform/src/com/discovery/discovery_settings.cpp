@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds max_delay{60'000};
 constexpr std::uint64_t max_repetitions = 10;
-constexpr std::uint64_t max_ttl_s = 0xFFFFFE;  // one more would mean: until this node starts anew
+constexpr std::uint64_t max_ttl_s = 0xFFFFFF;  // 24 bits; this one means: until this node starts anew
 constexpr milliseconds max_cycle{3'600'000};
 
 void read_delay(Node const& discovery, char const* name, milliseconds min, milliseconds max, milliseconds& value) {
@@ -83,7 +83,7 @@ Discovery_settings read_discovery_settings(Node const& discovery) {
   if (auto const node = discovery.find("ttl_s")) {
     settings.ttl = std::chrono::seconds{node->number(1, max_ttl_s)};
   }
-  read_delay(discovery, "find_window_ms", milliseconds{1}, max_delay, settings.find_window);
+  read_delay(discovery, "find_window_ms", milliseconds{0}, max_delay, settings.find_window);
   check_silence(discovery, settings);
   return settings;
 }

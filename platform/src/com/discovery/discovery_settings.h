@@ -22,7 +22,7 @@ struct Discovery_settings {
   std::chrono::milliseconds repetitions_base_delay{30};  ///< doubles with every repetition
   std::uint32_t repetitions_max = 3;                     ///< 0 leaves the repetition phase out
   std::chrono::milliseconds cyclic_offer_delay{1000};    ///< shorter than ttl
-  std::chrono::seconds ttl{3};
+  std::chrono::seconds ttl{3};                           ///< 0xFFFFFF: an offer lives until this node starts anew
   std::chrono::milliseconds request_response_delay_min{0};
   std::chrono::milliseconds request_response_delay_max{10};
   std::chrono::milliseconds find_window{100};  ///< how long a search waits when no offer is live
