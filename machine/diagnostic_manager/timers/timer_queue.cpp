@@ -25,8 +25,8 @@ std::optional<Timer_queue::Time> Timer_queue::next() const {
 
 Timer_queue::Key Timer_queue::insert(Timer& timer, std::chrono::milliseconds delay) {
   Key const key{now_() + delay, started_++};
-  bool const first = running_.emplace(key, &timer).first == running_.begin();
-  if (first && earlier_) {
+  auto const entry = running_.emplace(key, &timer).first;
+  if (entry == running_.begin() && earlier_) {
     earlier_();
   }
   return key;
