@@ -13,7 +13,10 @@ namespace ara::log {
 /// One log context of the process. Made by CreateLogger, lives until the process ends, usable from any thread.
 class Logger {
  public:
-  /// For the logging library itself; use CreateLogger.
+  /// What the logging library knows of a context; defined there.
+  class Context;
+
+  /// For the logging library itself; use CreateLogger. Records of a logger made otherwise reach no sink.
   Logger(std::string context_id, std::string context_description, LogLevel level);
   ~Logger();
   Logger(Logger const&) = delete;
@@ -33,15 +36,20 @@ class Logger {
 
   std::string const& context_id() const noexcept { return context_id_; }
   std::string const& context_description() const noexcept { return context_description_; }
+  /// The least severe level that is enabled.
   LogLevel level() const noexcept { return level_.load(std::memory_order_relaxed); }
+  /// For the logging library itself, which keeps here how far down any of the sinks wants this context's records.
   void set_level(LogLevel level) noexcept { level_.store(level, std::memory_order_relaxed); }
 
  private:
+  friend class LogStream;
+
   LogStream stream(LogLevel level) const noexcept { return {IsLogEnabled(level) ? this : nullptr, level}; }
 
   std::string const context_id_;
   std::string const context_description_;
   std::atomic<LogLevel> level_;
+  [[maybe_unused]] Context* context_ = nullptr;
 };
 
 }  // namespace ara::log

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// A program that logs as the test tells it: log_program MODE, commands as lines on standard input, one byte on
+// descriptor 3 when each is done.
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <iostream>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "ara/log/logging.h"
+
+namespace {
+
+using namespace std::string_literals;
+namespace log = ara::log;
+
+constexpr int report_descriptor = 3;
+
+// Destroyed after main, when the exit handlers that InitLogging registered are through.
+struct Logs_at_exit {
+  ~Logs_at_exit() { log::LogInfo() << "from a static destructor"; }
+} const logs_at_exit;
+
+template <typename Value>
+void report(Value value) {
+  [[maybe_unused]] auto const written = write(report_descriptor, &value, sizeof value);
+}
+
+void report_thread(int) { report(gettid()); }
+
+void log_types() {
+  log::CreateLogger("DATA", "data").LogWarn()
+      << true << std::int8_t{-5} << std::uint8_t{200} << 'A' << std::int16_t{-300} << std::uint16_t{60000} << -7 << 7U
+      << std::numeric_limits<std::int64_t>::min() << std::numeric_limits<std::uint64_t>::max() << 1.5F << -2.25 << "c"
+      << "a\0\n\x1b\xff"s << std::string_view("\u00e9") << "";
+}
+
+void log_from_threads() {
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 4; ++number) {
+    threads.emplace_back([number] {
+      auto& logger = log::CreateLogger("TH" + std::to_string(number % 2), "threads");
+      for (int i = 0; i < 250; ++i) {
+        logger.LogDebug() << number << i << "from a thread";
+      }
+    });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+}
+
+/// Signals reach the main thread inside sigsuspend only; at all other times they wait or find another thread.
+void serve_signals() {
+  sigset_t terminate{};
+  sigset_t open{};
+  sigemptyset(&terminate);
+  sigaddset(&terminate, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &terminate, &open);
+  std::signal(SIGTERM, report_thread);
+  report('.');
+  for (int i = 0; i < 1000; ++i) {
+    sigsuspend(&open);
+    log::LogDebug() << "signal" << i;
+  }
+}
+
+bool await_level(int level) {
+  auto const limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (static_cast<int>(log::DefaultLogger().level()) != level && std::chrono::steady_clock::now() < limit) {
+    std::this_thread::yield();
+  }
+  return static_cast<int>(log::DefaultLogger().level()) == level;
+}
+
+void obey(std::string const& command, int argument, log::LogMode mode) {
+  if (command == "init") {
+    log::InitLogging("FLWT", "flashwatch", static_cast<log::LogLevel>(argument), mode, "");
+  } else if (command == "types") {
+    log_types();
+  } else if (command == "lines") {
+    for (int i = 0; i < argument; ++i) {
+      log::LogDebug() << "a line of ordinary length with its number" << i;
+    }
+  } else if (command == "threads") {
+    log_from_threads();
+  } else if (command == "signals") {
+    serve_signals();
+  } else if (command == "await-level" && !await_level(argument)) {
+    std::exit(2);
+  } else if (command == "say") {
+    log::LogDebug() << "say" << argument;
+  } else if (command == "alarm") {
+    log::LogFatal() << "alarm";
+  }
+}
+
+}  // namespace
+
+int main(int, char** arguments) {
+  auto const mode = static_cast<log::LogMode>(std::stoi(arguments[1]));
+  std::string line;
+  while (std::getline(std::cin, line)) {
+    std::istringstream words(line);
+    std::string command;
+    int argument = 0;
+    words >> command >> argument;
+    obey(command, argument, mode);
+    report('.');
+  }
+  log::LogDebug() << "end";
+}
