@@ -12,13 +12,14 @@ namespace linux_platform::manifest {
 /// application its writes count for, and how the platform's clusters are set. Each cluster reads its own part.
 class Machine_manifest {
  public:
-  /// Reads and checks the file. `process` is the name of the entry that is this process's own.
-  /// Manifest_error when the file cannot be read, is not JSON, or has no such entry (naming both).
-  Machine_manifest(std::string const& file, std::string const& process);
+  /// Reads and checks the file. `process` is the name of the entry that is this process's own, `origin` says where that
+  /// name comes from, for the error. Checked here: the members of the top level and every entry under "processes".
+  /// Manifest_error when the file cannot be read, is not JSON, fails that check, or has no such entry (naming both).
+  Machine_manifest(std::string const& file, std::string const& process, std::string const& origin = "as asked for");
 
   /// The manifest of this process, read on first use: the file that ARA_MACHINE_MANIFEST names, else
   /// /etc/ara/machine.json; the entry that ARA_PROCESS names, else the executable's file name. A failure is thrown to
-  /// every caller. Safe from any thread.
+  /// its caller, and the next caller tries again. Safe from any thread.
   static Machine_manifest const& of_this_process();
 
   Node const& root() const noexcept { return root_; }

@@ -21,7 +21,7 @@ enum class ApplicationReturnType : std::uint8_t {
 class ApplicationClient {
  public:
   ApplicationClient();
-  ~ApplicationClient();
+  ~ApplicationClient();  // NOLINT(performance-trivially-destructible): a platform may have something to close here.
   ApplicationClient(ApplicationClient const&) = delete;
   ApplicationClient& operator=(ApplicationClient const&) = delete;
 

@@ -20,7 +20,8 @@ class Phm_client_interface {
   Phm_client_interface() = default;
 };
 
-/// Connects the process to the health management instance of that name.
+/// Connects the process to the health management instance of that name. The constructor may throw what is wrong with the
+/// platform's set-up (std::runtime_error, one line); an instance that the set-up does not mention gets default settings.
 class Phm_client final : public Phm_client_interface {
  public:
   explicit Phm_client(std::string instance);

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef ORVEL_PERSISTENCY_KVS_IO_STAT_H
+#define ORVEL_PERSISTENCY_KVS_IO_STAT_H
+
+#include <cstdint>
+#include <string>
+
+namespace orvel::persistency {
+
+/// What one application has read from and written to its key-value storages, and its budget for one year of use, as
+/// the platform's statistics service reports it. The order of the members is that of the wire.
+struct KVS_io_stat {
+  std::string application_id;  ///< UTF-8
+  std::uint64_t session_read;
+  std::uint64_t session_write;
+  std::uint64_t session_setvalue;
+  std::uint64_t total_read;
+  std::uint64_t total_write;
+  std::uint64_t total_setvalue;
+  std::uint64_t soft_limit;
+  std::uint64_t hard_limit;
+};
+
+}  // namespace orvel::persistency
+
+#endif
