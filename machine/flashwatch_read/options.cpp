@@ -3,6 +3,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <getopt.h>
 #include <string_view>
@@ -53,13 +54,14 @@ std::uint16_t number(std::string const& name, std::string_view text, std::uint16
 std::optional<double> seconds(std::string_view text) {
   double value = 0;
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return error == std::errc{} && end == text.data() + text.size() ? std::optional{value} : std::nullopt;
+  bool const whole = error == std::errc{} && end == text.data() + text.size();
+  return whole && std::isfinite(value) ? std::optional{value} : std::nullopt;
 }
 
 milliseconds duration(std::string const& name, std::string_view text) {
   auto const value = seconds(text);
   std::chrono::duration<double> const asked{value.value_or(0)};
-  if (!(asked >= shortest_time && asked <= longest_time)) {
+  if (asked < shortest_time || asked > longest_time) {
     refuse(name, text, "a number of seconds from 0.1 to 86400");
   }
   return std::chrono::round<milliseconds>(asked);

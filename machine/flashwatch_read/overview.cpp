@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <map>
-#include <set>
 #include <utility>
 
 #include "machine/flashwatch_read/printable.h"
@@ -38,13 +37,15 @@ std::vector<std::string> verdict_of(Overview const& overview, Reading const& rea
   for (auto const& application : overview.applications) {
     auto const& figures = application.figures;
     if (exceeds(figures)) {
-      lines.push_back("EXCEEDED: " + application.label + " (SCID " + std::to_string(figures.scid) + ") is " +
+      lines.push_back(application.label + " (SCID " + std::to_string(figures.scid) + ") is " +
                       amount_text(figures.total_write - figures.soft_limit, style) +
                       (style == Amount_style::exact_bytes ? " bytes" : "") + " over its limit.");
     }
   }
   if (lines.empty() && reading.budget_exceeded) {
-    lines.emplace_back("EXCEEDED: an application that is not in the report is over its limit.");
+    lines.emplace_back(completeness_of(reading.report).kind == Completeness::Kind::complete
+                           ? "the machine says that an application is over its limit, but the report shows none."
+                           : "an application that is not in the report is over its limit.");
   } else if (lines.empty()) {
     lines.emplace_back("No application has exceeded its limit.");
   }
@@ -80,49 +81,64 @@ void note_incompleteness(Report const& report, std::vector<std::string>& notes) 
   }
 }
 
-void note_flag_contradictions(Reading const& reading, std::vector<std::string>& notes) {
-  auto const& entries = reading.report.entries;
-  bool const listed = std::any_of(entries.begin(), entries.end(), exceeds);
-  if (listed && !reading.budget_exceeded) {
-    notes.emplace_back("Identifier 0x17F2 says that no application is over; the report of 0x17F0 says otherwise.");
+/// "SCID 5 is" or "SCIDs 5, 6 and 20 more are"; `scids` is not empty.
+std::string scids_text(std::vector<std::uint64_t> const& scids, std::string const& is, std::string const& are) {
+  constexpr std::size_t most_listed = 8;
+  if (scids.size() == 1) {
+    return "SCID " + std::to_string(scids.front()) + ' ' + is;
   }
-  if (!listed && reading.budget_exceeded && completeness_of(reading.report).kind == Completeness::Kind::complete) {
-    notes.emplace_back("Identifier 0x17F2 says that an application is over; the report of 0x17F0 shows none.");
+  std::string text = "SCIDs ";
+  auto const listed = std::min(scids.size(), most_listed);
+  for (std::size_t i = 0; i < listed; ++i) {
+    text += (i == 0 ? "" : ", ") + std::to_string(scids[i]);
   }
+  return text + (listed < scids.size() ? " and " + std::to_string(scids.size() - listed) + " more " : " ") + are;
 }
 
-/// One SCID of the report and what there is to say about it.
-void note_scid(std::uint64_t scid, std::size_t entries, Scid_names const& names, std::vector<std::string>& notes) {
-  auto const text = "SCID " + std::to_string(scid);
-  auto const& known = names.of(scid);
-  if (scid == 0) {
-    notes.push_back("SCID 0 means that the machine knows no SCID for the application: " + applications_text(entries) +
-                    '.');
-    return;
+/// What there is to say about the SCIDs of a report, given how many entries have each.
+void note_scids(std::map<std::uint64_t, std::size_t> const& entries_of, Scid_names const& names,
+                std::vector<std::string>& notes) {
+  std::vector<std::uint64_t> unknown;
+  std::vector<std::uint64_t> repeated;
+  for (auto const& [scid, entries] : entries_of) {
+    auto const& known = names.of(scid);
+    if (scid == 0) {
+      notes.push_back("SCID 0 means that the machine knows no SCID for the application: " + applications_text(entries) +
+                      '.');
+      continue;
+    }
+    if (known.size() > 1) {
+      notes.push_back("SCID " + std::to_string(scid) + " is shared by " + std::to_string(known.size()) +
+                      " names of the mapping file: " + joined(known) + '.');
+    }
+    if (known.empty() && names.usable()) {
+      unknown.push_back(scid);
+    }
+    if (entries > 1) {
+      repeated.push_back(scid);
+    }
   }
-  if (known.size() > 1) {
-    notes.push_back(text + " is shared by " + std::to_string(known.size()) +
-                    " names of the mapping file: " + joined(known) + '.');
-  } else if (known.empty() && names.usable()) {
-    notes.push_back(text + " is not in the mapping file.");
+  if (!unknown.empty()) {
+    notes.push_back(scids_text(unknown, "is", "are") + " not in the mapping file.");
   }
-  if (entries > 1) {
-    notes.push_back(text + " stands for " + std::to_string(entries) +
-                    " applications of the report; they cannot be told apart.");
+  if (!repeated.empty()) {
+    notes.push_back(scids_text(repeated, "stands", "stand each") +
+                    " for several applications of the report, which cannot be told apart.");
   }
 }
 
 std::vector<std::string> notes_on(Reading const& reading, Scid_names const& names) {
   std::vector<std::string> notes;
   note_incompleteness(reading.report, notes);
-  note_flag_contradictions(reading, notes);
+  auto const& entries = reading.report.entries;
+  if (!reading.budget_exceeded && std::any_of(entries.begin(), entries.end(), exceeds)) {
+    notes.emplace_back("Identifier 0x17F2 says that no application is over; the report of 0x17F0 says otherwise.");
+  }
   std::map<std::uint64_t, std::size_t> count;
-  for (auto const& entry : reading.report.entries) {
+  for (auto const& entry : entries) {
     ++count[entry.scid];
   }
-  for (auto const& [scid, entries] : count) {
-    note_scid(scid, entries, names, notes);
-  }
+  note_scids(count, names, notes);
   if (reading.reconnected) {
     notes.emplace_back("The connection was lost and has been made again.");
   }

@@ -28,7 +28,7 @@ struct Overview {
   std::vector<Application> applications;  ///< in the order of the report
   unsigned announced = 0;                 ///< the report's count byte
   bool budget_exceeded = false;           ///< by 0x17F2, or by any application in the report
-  std::vector<std::string> verdict;       ///< who has exceeded, or that nobody has; at least one line
+  std::vector<std::string> verdict;       ///< each who has exceeded, or that nobody has; never empty
   std::vector<std::string> notes;         ///< what a person has to know to trust the figures rightly
 };
 

@@ -170,11 +170,11 @@ std::string row(Application const& application, std::size_t index, Layout const&
   return line + coloured(ending, nearly ? yellow : green, style);
 }
 
-/// `text` in lines of the width, all but the first set in by `indent` blanks.
-std::string paragraph(std::string const& text, std::size_t indent, std::size_t width) {
+/// `heading` and `text` in lines of the width, all but the first set in by the heading's length.
+std::string paragraph(std::string const& heading, std::string const& text, std::size_t width) {
   std::string result;
-  for (auto const& line : wrap(text, width - indent)) {
-    result += (result.empty() ? "" : '\n' + std::string(indent, ' ')) + line;
+  for (auto const& line : wrap(text, width - cells(heading))) {
+    result += (result.empty() ? heading : '\n' + std::string(cells(heading), ' ')) + line;
   }
   return result;
 }
@@ -187,7 +187,8 @@ std::string table_text(Overview const& overview, Table_style const& style) {
                      ", read from " + overview.machine +
                      (style.amounts == Amount_style::exact_bytes ? ", in bytes\n" : "\n");
   for (auto const& line : overview.verdict) {
-    text += coloured(paragraph(line, 10, style.width), overview.budget_exceeded ? bold_red : green, style) + '\n';
+    auto const heading = overview.budget_exceeded ? exceeded_mark + std::string{": "} : std::string{};
+    text += coloured(paragraph(heading, line, style.width), overview.budget_exceeded ? bold_red : green, style) + '\n';
   }
   if (count > 0) {
     auto const layout = lay_out(overview, style);
@@ -198,7 +199,7 @@ std::string table_text(Overview const& overview, Table_style const& style) {
   }
   text += overview.notes.empty() ? "" : "\n";
   for (auto const& note : overview.notes) {
-    text += paragraph("Note: " + note, 6, style.width) + '\n';
+    text += paragraph("Note: ", note, style.width) + '\n';
   }
   return text;
 }
