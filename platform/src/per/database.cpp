@@ -3,7 +3,7 @@
 
 #include <thread>
 
-#include "ara/per/exceptions.h"
+#include "platform/src/per/log_seal.h"
 #include "platform/src/per/record_codec.h"
 #include "platform/src/per/sqlite_failure.h"
 #include "platform/src/per/store_format.h"
@@ -25,12 +25,14 @@ constexpr char const* common_settings =
     "PRAGMA trusted_schema=OFF;"
     "PRAGMA temp_store=MEMORY;";
 
-/// For one that writes. Closing copies the log into the file and empties the log, so that the next opening has nothing
-/// to do; a log of 256 frames, 137 KB, is copied while the storage is in use.
+/// For one that writes.
 constexpr char const* writing_settings =
     "PRAGMA synchronous=FULL;"
-    "PRAGMA journal_size_limit=0;"
-    "PRAGMA wal_autocheckpoint=256;";
+    "PRAGMA wal_autocheckpoint=0;";
+
+/// A log that has grown to this many frames, 137 KB, is copied into the file, and begins anew with the next commit.
+/// Closing does not copy it: a session with one commit would write twice as much.
+constexpr int longest_log = 256;
 
 std::uint8_t const* data_of(std::string_view bytes) noexcept {
   return reinterpret_cast<std::uint8_t const*>(bytes.data());
@@ -63,26 +65,36 @@ struct Database::Statements {
 
 void Database::Delete_statements::operator()(Statements* statements) const noexcept { delete statements; }
 
-Database::Database(std::string const& file, Store_vfs& vfs, std::chrono::milliseconds lock_wait) {
+Database::Database(std::string const& file, Store_vfs& vfs, std::chrono::milliseconds lock_wait)
+    : file_(file), vfs_(vfs) {
   if (auto const finding = Store_format::check_header(file, vfs)) {
     throw ExceptionPhysicalStorageError(*finding);
   }
   auto const deadline = std::chrono::steady_clock::now() + lock_wait;
-  auto result = connect(file, vfs);
+  auto result = connect();
   while ((result & primary_code_mask) == SQLITE_BUSY && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(busy_poll_interval);
-    result = connect(file, vfs);
+    result = connect();
+  }
+  if ((result & primary_code_mask) == SQLITE_BUSY) {
+    throw Database_busy(sqlite_cause(result, 0));
   }
   expect(SQLITE_OK, result);
-  set_up(vfs.access());
+  set_up();
+}
+
+Database::~Database() {
+  if (log_frames_ != 0) {
+    Log_seal::write(file_, log_frames_, vfs_);
+  }
 }
 
 /// Opens the connection and takes the lock.
-int Database::connect(std::string const& file, Store_vfs& vfs) {
+int Database::connect() {
   auto const flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
-                     (vfs.access() == Store_vfs::Access::read_only ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
+                     (vfs_.access() == Store_vfs::Access::read_only ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
   sqlite3* opened = nullptr;
-  auto const result = sqlite3_open_v2(file.c_str(), &opened, flags, vfs.name());
+  auto const result = sqlite3_open_v2(file_.c_str(), &opened, flags, vfs_.name());
   connection_.reset(opened);
   if (result != SQLITE_OK) {
     return result;
@@ -98,20 +110,30 @@ int Database::connect(std::string const& file, Store_vfs& vfs) {
   return execute("SELECT 1 FROM sqlite_schema");
 }
 
-void Database::set_up(Store_vfs::Access access) {
-  if (auto const finding = Store_format::check_tables(connection_.get())) {
-    throw ExceptionPhysicalStorageError(*finding);
+void Database::set_up() {
+  for (auto const& finding : {Log_seal::check(file_, vfs_), Store_format::check_tables(connection_.get())}) {
+    if (finding) {
+      throw ExceptionPhysicalStorageError(*finding);
+    }
   }
   statements_.reset(new Statements(connection_.get()));
   summary_ = read_summary();
-  if (access == Store_vfs::Access::read_only) {
+  if (vfs_.access() == Store_vfs::Access::read_only) {
     return;
   }
   expect(SQLITE_OK, execute(writing_settings));
+  sqlite3_wal_hook(connection_.get(), committed, this);
   check_structure();
   check_keys();
-  // Only a file found in order gets the log's content when it is closed.
-  sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
+}
+
+int Database::committed(void* self, sqlite3* connection, char const*, int frames) noexcept {
+  static_cast<Database*>(self)->log_frames_ = static_cast<std::uint32_t>(frames);
+  if (frames >= longest_log) {
+    // A failure costs nothing: everything is safe in the log, and the next commit tries again.
+    sqlite3_wal_checkpoint_v2(connection, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
+  return SQLITE_OK;
 }
 
 void Database::check_structure() {

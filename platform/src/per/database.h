@@ -12,6 +12,7 @@
 
 #include <sqlite3.h>
 
+#include "ara/per/exceptions.h"
 #include "platform/src/per/changes.h"
 #include "platform/src/per/statement.h"
 #include "platform/src/per/store_summary.h"
@@ -19,13 +20,23 @@
 
 namespace linux_platform::per {
 
+/// Others have the file open.
+class Database_busy : public ara::per::ExceptionPhysicalStorageError {
+ public:
+  using ExceptionPhysicalStorageError::ExceptionPhysicalStorageError;
+};
+
 /// A store's file, open. Every failure is ExceptionPhysicalStorageError, with the cause as its text; the caller adds
 /// which storage and key it was about. Used by one thread at a time.
 class Database {
  public:
   /// Opens an existing file and checks its format; for writing also its structure and keys, page by page. Nothing is
   /// written, and a damaged file is left as it is. Waits up to `lock_wait` while others have it open.
+  /// Database_busy when they still do. `vfs` outlives the object.
   Database(std::string const& file, Store_vfs& vfs, std::chrono::milliseconds lock_wait);
+  ~Database();
+  Database(Database const&) = delete;
+  Database& operator=(Database const&) = delete;
 
   Store_summary const& summary() const noexcept { return summary_; }
 
@@ -43,8 +54,9 @@ class Database {
   };
   struct Statements;
 
-  int connect(std::string const& file, Store_vfs& vfs);
-  void set_up(Store_vfs::Access access);
+  int connect();
+  void set_up();
+  static int committed(void* self, sqlite3* connection, char const* name, int frames) noexcept;
   void check_structure();
   void check_keys();
   Store_summary read_summary();
@@ -54,12 +66,16 @@ class Database {
   int execute(char const* sql) noexcept;
   void expect(int expected, int result);
 
+  std::string const file_;
+  Store_vfs& vfs_;
   std::unique_ptr<sqlite3, Close> connection_;
   struct Delete_statements {
     void operator()(Statements* statements) const noexcept;
   };
   std::unique_ptr<Statements, Delete_statements> statements_;
   Store_summary summary_;
+  /// Frames in the log after this object's last commit; 0 before the first.
+  std::uint32_t log_frames_ = 0;
 };
 
 }  // namespace linux_platform::per

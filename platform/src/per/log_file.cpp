@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -13,11 +12,9 @@
 namespace linux_platform::per {
 namespace {
 
-/// A log whose header is zero is empty.
+/// In bytes; all of them are zero in a log that was never used.
 constexpr int header_size = 32;
-/// The block of the file systems and of the flash translation below them, in bytes.
-constexpr std::int64_t block = 4096;
-constexpr std::array<unsigned char, block> zeros{};
+constexpr std::array<unsigned char, Log_file::block> zeros{};
 
 }  // namespace
 
@@ -25,18 +22,13 @@ int Log_file::open_if_there() noexcept {
   if (access(path(), F_OK) != 0 && errno == ENOENT) {
     return SQLITE_OK;
   }
-  auto const result = open();
-  return result == SQLITE_OK ? learn_size() : result;
-}
-
-int Log_file::learn_size() noexcept {
-  if (auto const result = Store_file::size(&physical_size_); result != SQLITE_OK || physical_size_ < header_size) {
+  if (auto const result = open(); result != SQLITE_OK) {
     return result;
   }
   std::array<unsigned char, header_size> header{};
   auto const result = Store_file::read(header.data(), header_size, 0);
-  has_header_ = std::any_of(header.begin(), header.end(), [](unsigned char byte) { return byte != 0; });
-  return result;
+  is_new_ = result == SQLITE_OK && header == std::array<unsigned char, header_size>{};
+  return result == SQLITE_OK || result == SQLITE_IOERR_SHORT_READ ? Store_file::size(&size_) : result;
 }
 
 int Log_file::read(void* buffer, int size, std::int64_t offset) noexcept {
@@ -65,10 +57,9 @@ int Log_file::write(void const* data, int size, std::int64_t offset) noexcept {
   if (auto const result = Store_file::write(data, size, offset); result != SQLITE_OK) {
     return result;
   }
-  has_header_ = has_header_ || offset < header_size;
   is_new_ = is_new_ && offset < header_size;
-  if (auto const end = offset + size; end > physical_size_) {
-    physical_size_ = end;
+  if (auto const end = offset + size; end > size_) {
+    size_ = end;
     fill_block(end);
   }
   return SQLITE_OK;
@@ -78,18 +69,8 @@ void Log_file::fill_block(std::int64_t end) noexcept {
   auto const missing = (block - end % block) % block;
   // A medium too full for the filling may still be good for what matters.
   if (missing != 0 && Store_file::write(zeros.data(), static_cast<int>(missing), end) == SQLITE_OK) {
-    physical_size_ = end + missing;
+    size_ = end + missing;
   }
-}
-
-int Log_file::truncate(std::int64_t size) noexcept {
-  // What follows the frames in use carries an older salt, and nobody reads it.
-  if (size != 0 || !has_header_) {
-    return SQLITE_OK;
-  }
-  auto const result = Store_file::write(zeros.data(), header_size, 0);
-  has_header_ = result != SQLITE_OK;
-  return result;
 }
 
 int Log_file::sync() noexcept {
@@ -105,7 +86,7 @@ int Log_file::sync() noexcept {
 }
 
 int Log_file::size(std::int64_t* size) noexcept {
-  *size = has_header_ ? physical_size_ : 0;
+  *size = size_;
   return SQLITE_OK;
 }
 

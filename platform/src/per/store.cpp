@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "ara/per/exceptions.h"
+#include "platform/src/per/log_file.h"
 #include "platform/src/per/names.h"
 #include "platform/src/per/record_codec.h"
 #include "platform/src/per/sqlite_failure.h"
@@ -98,8 +99,8 @@ void Store::open(Per_settings const& settings, File_rights const& rights) {
   counters_->attach(database_->summary().store_id, database_->summary().total);
 }
 
-/// The lock on the counters keeps every other process out while this goes on. The first commit makes the new name
-/// durable, together with that of the log: until then there is nothing to lose.
+/// The lock on the counters keeps every other process out while this goes on. The store gets its name last, when store
+/// and log are durable, so that there never is half a store under it.
 void Store::make_file() {
   auto const unfinished = place_.file + std::string(unfinished_suffix);
   auto const log = place_.file + std::string(log_suffix);
@@ -115,7 +116,9 @@ void Store::make_file() {
     }
   }
   step(vfs_->create_with(unfinished, Store_format::new_file(new_store_id())));
+  step(vfs_->create_with(log, std::vector<std::uint8_t>(Log_file::block)));
   step(vfs_->rename(unfinished, place_.file));
+  step(vfs_->sync_folder_of(place_.file.c_str()));
 }
 
 std::vector<std::string> Store::keys() {

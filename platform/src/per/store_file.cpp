@@ -113,11 +113,6 @@ int Store_file::unlock() noexcept {
 }
 
 int Store_file::control(int operation, void* argument) noexcept {
-  if (operation == SQLITE_FCNTL_PERSIST_WAL) {
-    // The log is emptied at the end, and stays.
-    *static_cast<int*>(argument) = 1;
-    return SQLITE_OK;
-  }
   if (operation == SQLITE_FCNTL_HAS_MOVED) {
     *static_cast<int*>(argument) = has_moved() ? 1 : 0;
     return SQLITE_OK;

@@ -30,7 +30,6 @@ constexpr std::size_t reserved_at = 20;
 constexpr std::size_t user_version_at = 60;
 constexpr std::size_t application_id_at = 68;
 
-constexpr std::uint32_t page_size = 512;
 constexpr std::uint8_t write_ahead_log = 2;
 /// "fwPS".
 constexpr std::uint32_t application_id = 0x66775053;
@@ -58,7 +57,7 @@ std::optional<std::string> finding(Header const& header) {
            std::to_string(format_version);
   }
   if (header[write_version_at] != write_ahead_log || header[read_version_at] != write_ahead_log ||
-      big_endian(header, page_size_at, 2) != page_size || header[reserved_at] != 0) {
+      big_endian(header, page_size_at, 2) != Store_format::page_size || header[reserved_at] != 0) {
     return "the file is damaged: its header does not fit a store";
   }
   return std::nullopt;

@@ -19,6 +19,9 @@ namespace linux_platform::per {
 ///   entries(key, value)   every value under its key, as a record of Record_codec
 ///   summary(row, value)   one row, the record of Store_summary
 struct Store_format {
+  /// In bytes.
+  static constexpr std::uint32_t page_size = 512;
+
   /// The content of a new store's file.
   static std::vector<std::uint8_t> new_file(std::uint64_t store_id);
   /// What makes `file` no store of this format; nothing when its header is in order. Changes nothing. An error of the

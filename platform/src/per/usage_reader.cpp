@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/src/per/usage_reader.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "ara/per/exceptions.h"
+#include "platform/src/per/database.h"
+#include "platform/src/per/descriptor.h"
+#include "platform/src/per/names.h"
+#include "platform/src/per/store_vfs.h"
+#include "platform/src/per/usage_file.h"
+
+namespace linux_platform::per {
+namespace {
+
+/// An application with more storages is read up to here. Nobody needs as many; it bounds what one application can cost.
+constexpr std::size_t storage_limit = 256;
+
+struct Close_folder {
+  void operator()(DIR* folder) const noexcept { closedir(folder); }
+};
+
+/// The names in a folder, sorted; nothing when it cannot be read, with errno set. Reading them leaves the folder's time
+/// of last access alone where the process may do so.
+std::optional<std::vector<std::string>> names_in(std::string const& path) {
+  constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
+  auto descriptor = open(path.c_str(), flags | O_NOATIME);
+  if (descriptor < 0 && errno == EPERM) {
+    descriptor = open(path.c_str(), flags);
+  }
+  std::unique_ptr<DIR, Close_folder> const folder(descriptor < 0 ? nullptr : fdopendir(descriptor));
+  if (!folder) {
+    return std::nullopt;
+  }
+  std::vector<std::string> names;
+  while (auto const* const entry = readdir(folder.get())) {
+    names.emplace_back(static_cast<char const*>(entry->d_name));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::optional<std::string> without_suffix(std::string const& name, std::string_view suffix) {
+  auto const fits = name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
+  return fits ? std::optional(name.substr(0, name.size() - suffix.size())) : std::nullopt;
+}
+
+std::optional<Usage_file> load_counters(std::string const& path) {
+  Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  auto counters = file ? Usage_file::load(file.get()) : std::nullopt;
+  return counters && counters->store_id != 0 ? counters : std::nullopt;
+}
+
+}  // namespace
+
+Usage_reader::Usage_reader(Per_settings settings) : settings_(std::move(settings)) {}
+
+Usage_reader::Reading Usage_reader::read() {
+  Reading reading;
+  if (auto const names = names_in(settings_.root)) {
+    for (auto const& name : *names) {
+      read_application(name, reading);
+    }
+  } else {
+    report(settings_.root, "the folder of the storages cannot be read: " + std::generic_category().message(errno),
+           reading);
+  }
+  forget_what_is_gone();
+  std::sort(reading.applications.begin(), reading.applications.end(),
+            [](auto const& a, auto const& b) { return a.application_id < b.application_id; });
+  return reading;
+}
+
+void Usage_reader::read_application(std::string const& folder_name, Reading& reading) {
+  auto const folder = settings_.root + "/" + folder_name;
+  auto const application_id = unescape(folder_name);
+  struct stat status {};
+  if (!application_id || lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+    return;
+  }
+  auto const names = names_in(folder);
+  if (!names) {
+    report(folder, "the folder of an application cannot be read: " + std::generic_category().message(errno), reading);
+    return;
+  }
+  Application_usage application{*application_id, {}, {}};
+  std::size_t storages = 0;
+  for (auto const& name : *names) {
+    if (!without_suffix(name, store_suffix)) {
+      continue;
+    }
+    if (++storages > storage_limit) {
+      report(folder, "more than " + std::to_string(storage_limit) + " storages, the others are not counted", reading);
+      break;
+    }
+    read_storage(folder_name, name, application, reading);
+  }
+  if (storages != 0) {
+    reading.applications.push_back(std::move(application));
+  }
+}
+
+void Usage_reader::read_storage(std::string const& folder, std::string const& file_name,
+                                Application_usage& application, Reading& reading) {
+  auto const file = settings_.root + "/" + folder + "/" + file_name;
+  struct stat status {};
+  if (lstat(file.c_str(), &status) != 0) {
+    return;
+  }
+  auto& storage = storages_[file];
+  storage.seen = true;
+  if (storage.file_number != status.st_ino) {
+    storage = Storage{status.st_ino, false, true, 0, {}};
+  }
+  auto const name = *without_suffix(file_name, store_suffix);
+  auto const counters =
+      load_counters(settings_.run_directory + "/" + folder + "/" + name + std::string(counters_suffix));
+  if (!storage.examined) {
+    examine(file, storage, counters.has_value(), reading);
+  } else if (auto const known = findings_.find(file); known != findings_.end()) {
+    known->second.seen = true;
+  }
+  // Counters of another store are left from one that was here before.
+  if (counters && (storage.store_id == 0 || storage.store_id == counters->store_id)) {
+    application.session = application.session + counters->session();
+    application.total = application.total + counters->total();
+  } else {
+    application.total = application.total + storage.stored;
+  }
+}
+
+void Usage_reader::examine(std::string const& file, Storage& storage, bool has_counters, Reading& reading) {
+  No_write_meter meter;
+  No_file_observer observer;
+  try {
+    Store_vfs vfs(Store_vfs::Access::read_only, File_rights{}, meter, observer);
+    Database const database(file, vfs, std::chrono::milliseconds{0});
+    storage.store_id = database.summary().store_id;
+    storage.stored = database.summary().total;
+    storage.examined = true;
+  } catch (Database_busy const&) {
+    // Its application has it open. Without counters it is only just doing so, and the next reading will tell.
+    storage.examined = has_counters;
+  } catch (ara::per::ExceptionPhysicalStorageError const& e) {
+    storage.examined = true;
+    report(file, e.what(), reading);
+  }
+}
+
+void Usage_reader::report(std::string const& place, std::string const& finding, Reading& reading) {
+  auto& known = findings_[place];
+  known.seen = true;
+  if (known.text != finding) {
+    known.text = finding;
+    reading.findings.push_back("\"" + printable(place) + "\": " + finding);
+  }
+}
+
+void Usage_reader::forget_what_is_gone() {
+  auto const forget = [](auto& known) {
+    for (auto at = known.begin(); at != known.end();) {
+      at = std::exchange(at->second.seen, false) ? std::next(at) : known.erase(at);
+    }
+  };
+  forget(storages_);
+  forget(findings_);
+}
+
+}  // namespace linux_platform::per
