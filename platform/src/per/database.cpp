@@ -99,9 +99,9 @@ int Database::connect() {
   if (result != SQLITE_OK) {
     return result;
   }
-  for (auto const& [option, value] : {std::pair(SQLITE_DBCONFIG_DEFENSIVE, 1),
-                                      std::pair(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0),
-                                      std::pair(SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1)}) {
+  for (auto const& [option, value] :
+       {std::pair(SQLITE_DBCONFIG_DEFENSIVE, 1), std::pair(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0),
+        std::pair(SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1)}) {
     sqlite3_db_config(opened, option, value, nullptr);
   }
   if (auto const set = execute(common_settings); set != SQLITE_OK) {
@@ -152,7 +152,8 @@ void Database::check_keys() {
   auto result = list->step();
   for (; result == SQLITE_ROW; result = list->step()) {
     auto const key = list->bytes(0);
-    if (found.keys != 0 && key <= last) {
+    // A key whose type was changed has its bytes still, and no search finds it.
+    if (!list->is_blob(0) || (found.keys != 0 && key <= last)) {
       throw ExceptionPhysicalStorageError("the file is damaged: its keys are out of order");
     }
     found.add_key(key);
