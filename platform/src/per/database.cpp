@@ -42,7 +42,9 @@ std::uint8_t const* data_of(std::string_view bytes) noexcept {
 
 struct Database::Statements {
   explicit Statements(sqlite3* connection)
-      : find(connection, "SELECT 1 FROM entries WHERE key=?1"),
+      : begin(connection, "BEGIN IMMEDIATE"),
+        commit(connection, "COMMIT"),
+        find(connection, "SELECT 1 FROM entries WHERE key=?1"),
         get(connection, "SELECT value FROM entries WHERE key=?1"),
         list(connection, "SELECT key FROM entries ORDER BY key"),
         update(connection, "UPDATE entries SET value=?2 WHERE key=?1"),
@@ -52,6 +54,8 @@ struct Database::Statements {
         summary(connection, "SELECT value FROM summary WHERE row=1"),
         summarize(connection, "UPDATE summary SET value=?1 WHERE row=1") {}
 
+  Statement begin;
+  Statement commit;
   Statement find;
   Statement get;
   Statement list;
@@ -214,13 +218,13 @@ std::vector<std::string> Database::keys() {
 void Database::commit(Changes const& changes, Usage const& total) {
   auto summary = summary_;
   summary.total = total;
-  expect(SQLITE_OK, execute("BEGIN IMMEDIATE"));
+  run(statements_->begin);
   try {
     apply(changes, summary);
     auto const record = summary.encode();
-    Statement_use const summarize(statements_->summarize);
-    expect(SQLITE_DONE, summarize->bind(1, record.data(), record.size()).step());
-    expect(SQLITE_OK, execute("COMMIT"));
+    statements_->summarize.bind(1, record.data(), record.size());
+    run(statements_->summarize);
+    run(statements_->commit);
   } catch (...) {
     // SQLite has rolled back by itself after some errors, and then there is nothing to do.
     static_cast<void>(execute("ROLLBACK"));
