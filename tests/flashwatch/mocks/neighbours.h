@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "flashwatch/app/time_wrapper_if.h"
+#include "flashwatch/config/application_scid_converter_if.h"
 #include "flashwatch/reporting/stats_logger_if.h"
 #include "flashwatch/stats/io_stats_provider_if.h"
 #include "flashwatch/stats/persistent_storage_if.h"
@@ -32,6 +33,10 @@ struct Stats_annual_supervision_mock : Stats_annual_supervision_if {
 struct Stats_logger_mock : Stats_logger_if {
   MOCK_METHOD(void, info_log_stats, (std::vector<Stat_record> const&), (override));
   MOCK_METHOD(void, debug_log_stats, (std::vector<Stat_record> const&), (override));
+};
+
+struct Application_scid_converter_mock : Application_scid_converter_if {
+  MOCK_METHOD(std::uint64_t, get_scid, (std::string const&), (const, override));
 };
 
 /// A clock that stands still; sleeping is left to the scripted platform.
