@@ -22,6 +22,7 @@ namespace {
 using namespace std::string_literals;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr int remote = 1;
 constexpr int console = 4;
@@ -179,12 +180,9 @@ TEST_F(ALoggingProcess, RefusesWhatItDoesNotHaveAndGoesOn) {
   child.command("init 6");
   EXPECT_EQ(child.finish(), 0);
 
-  EXPECT_EQ(child.errors(),
-            "ara::log: log mode 0x12 (kFile is 0x2) is not available on this platform; only kRemote (0x1) and kConsole "
-            "(0x4) are\n"
-            "ara::log: log mode 0x12 (kFile is 0x2) is not available on this platform; only kRemote (0x1) and kConsole "
-            "(0x4) are\n"
-            "ara::log: InitLogging was called before; application id \"FLWT\" is not used\n");
+  EXPECT_THAT(child.errors(), StartsWith("ara::log: log mode 0x12 (kFile is 0x2) is not available on this platform"));
+  EXPECT_THAT(child.errors(), EndsWith("InitLogging was called before; application id \"FLWT\" is not used\n"));
+  EXPECT_EQ(lines(child.errors()), 3);
   EXPECT_THAT(child.output(), HasSubstr("debug end\n"));
 }
 
