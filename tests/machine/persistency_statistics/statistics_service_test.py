@@ -111,6 +111,7 @@ def main(folder):
                 assert later["bad"] == (0, 0, 0, 0, 0, 0, 5, 6) and later["new"] == copy
         finally:
             service.send_signal(signal.SIGTERM)
+            machine.wait_for("STOPPING=1")
             log = service.communicate(timeout=LIMIT_S)[0]
     assert service.returncode == 0, log
     for text, count in (("any more: copy_0\n", 1), ("new storage: new\n", 1), ("bad/store.db", 1), ("finished\n", 1)):
