@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <exception>
 #include <pthread.h>
+#include <unistd.h>
 #include <utility>
 
 #include "ara/exec/application_client.h"
@@ -53,9 +54,9 @@ int serve(ara::log::Logger const& log) {
       machine::diagnostic_manager::reports::make_budget_exceedance(settings.report_instance, log)};
 
   std::atomic<bool> broken{false};
-  Diagnostic_server const server(settings, std::move(reports), log, [&broken, main_thread = pthread_self()] {
+  Diagnostic_server const server(settings, std::move(reports), log, [&broken] {
     broken = true;
-    pthread_kill(main_thread, SIGTERM);
+    kill(getpid(), SIGTERM);
   });
   execution.ReportApplicationState(ApplicationState::kRunning);
   sigset_t const signals = ending_signals();

@@ -22,7 +22,7 @@ class Udp_entity {
     Identity identity;
     Power_mode power_mode = Power_mode::ready;
     std::uint8_t protocol_version = version_2012;
-    std::uint8_t max_sockets = 1;
+    std::uint8_t max_sockets = 4;
     std::uint32_t max_data_size = 4096;
   };
 

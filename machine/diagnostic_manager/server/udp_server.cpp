@@ -17,9 +17,9 @@ constexpr std::size_t max_delayed = 64;
 
 }  // namespace
 
-Udp_server::Udp_server(boost::asio::io_context& loop, udp::endpoint const& endpoint, Config const& config,
+Udp_server::Udp_server(boost::asio::io_context& loop, udp::endpoint const& endpoint, Config config,
                        doip::Udp_entity const& entity, Timer_queue& timers, ara::log::Logger const& log)
-    : config_(config),
+    : config_(std::move(config)),
       entity_(entity),
       timers_(timers),
       log_(log),

@@ -34,7 +34,7 @@ class Udp_server {
   };
 
   /// `entity` and `log` outlive the server. Throws boost::system::system_error when it cannot listen.
-  Udp_server(boost::asio::io_context& loop, boost::asio::ip::udp::endpoint const& endpoint, Config const& config,
+  Udp_server(boost::asio::io_context& loop, boost::asio::ip::udp::endpoint const& endpoint, Config config,
              doip::Udp_entity const& entity, Timer_queue& timers, ara::log::Logger const& log);
   Udp_server(Udp_server const&) = delete;
   Udp_server& operator=(Udp_server const&) = delete;

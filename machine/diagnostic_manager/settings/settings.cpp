@@ -34,7 +34,7 @@ void take(std::optional<Node> const& node, std::string_view name, Milliseconds& 
 
 boost::asio::ip::address_v4 read_address(Node const& node) {
   boost::system::error_code error;
-  auto const address = boost::asio::ip::make_address_v4(node.text(), error);
+  auto address = boost::asio::ip::make_address_v4(node.text(), error);
   if (error) {
     node.refuse("is no IPv4 address");
   }

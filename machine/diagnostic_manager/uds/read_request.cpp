@@ -53,7 +53,7 @@ std::optional<Read_request::Outcome> Read_request::decide() const {
     if (auto const* code = std::get_if<Response_code>(&*outcome)) {
       return Outcome(*code);
     }
-    Bytes const& record = std::get<Bytes>(*outcome);
+    auto const& record = std::get<Bytes>(*outcome);
     if (response.size() + 2 + record.size() > max_response_) {
       return Outcome(Response_code::response_too_long);
     }

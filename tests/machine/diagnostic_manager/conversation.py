@@ -12,7 +12,9 @@
   1 hears WORDS           the next message; with "after N", no sooner than N ms after the step before
   1 finally hears WORDS   the next but for acknowledgements and pending responses
   1 reads HEX RESPONSE    asks for identifiers, and what it then finally hears
-  udp sends HEX / broadcasts HEX / hears WORDS
+  1 awaits HEX RESPONSE   the same, again and again until it is heard
+  udp sends HEX / hears WORDS
+  udp awaits HEX WORDS    sends until an answer begins like that
   17F0 ...                what the service behind the identifier does from now on: a word of the machine's
 """
 import time
@@ -76,10 +78,12 @@ class Conversation:
         elif what in ("leaves", "breaks"):
             tester.close(abruptly=what == "breaks")
             del self.testers[name]
-        elif what == "reads":
-            request = bytes.fromhex(words[0])
-            expect(tester.read([int.from_bytes(request[i:i + 2], "big") for i in range(0, len(request), 2)]),
-                   "uds " + words[1], step)
+        elif what in ("reads", "awaits"):
+            identifiers = [int(words[0][i:i + 4], 16) for i in range(0, len(words[0]), 4)]
+            heard = tester.read(identifiers)
+            while what == "awaits" and heard != "uds " + words[1] and time.monotonic() < self.last + LIMIT:
+                heard = tester.read(identifiers)
+            expect(heard, "uds " + words[1], step)
         elif what == "hears":
             self._hears(tester, words, step)
         elif what == "finally":
@@ -97,8 +101,14 @@ class Conversation:
     def _udp(self, what, words, step):
         if what == "hears":
             expect(self.udp.hear(), " ".join(words), step)
+        elif what == "awaits":
+            heard = ""
+            while not heard.startswith(" ".join(words[1:])) and time.monotonic() < self.last + LIMIT:
+                self.udp.send(bytes.fromhex(words[0]))
+                heard = self.udp.hear()
+            assert heard.startswith(" ".join(words[1:])), f"{step}: heard {heard}"
         else:
-            self.udp.send(bytes.fromhex("".join(words)), self.machine.broadcast if what == "broadcasts" else None)
+            self.udp.send(bytes.fromhex("".join(words)))
 
 
 def expect(heard, expected, step):
