@@ -17,7 +17,7 @@ std::mutex mutex;
 /// The pieces of the records under construction. A stream stays where it was made, so its address is its name.
 std::map<LogStream const*, std::string> open_records;
 
-void append(LogStream const* stream, std::string const& piece) {
+void insert(LogStream const* stream, std::string const& piece) {
   std::lock_guard const lock(mutex);
   open_records[stream] += " " + piece;
 }
@@ -61,15 +61,15 @@ void LogStream::Flush() noexcept {
   }
 }
 
-void LogStream::append_bool(bool value) noexcept { append(this, script::piece(value)); }
+void LogStream::append_bool(bool value) noexcept { insert(this, script::piece(value)); }
 void LogStream::append_signed(std::int64_t value, std::size_t width) noexcept {
-  append(this, typed('i', width, std::to_string(value)));
+  insert(this, typed('i', width, std::to_string(value)));
 }
 void LogStream::append_unsigned(std::uint64_t value, std::size_t width) noexcept {
-  append(this, typed('u', width, std::to_string(value)));
+  insert(this, typed('u', width, std::to_string(value)));
 }
-void LogStream::append_float(float value) noexcept { append(this, "float:" + std::to_string(value)); }
-void LogStream::append_double(double value) noexcept { append(this, "double:" + std::to_string(value)); }
-void LogStream::append_text(std::string_view text) noexcept { append(this, script::piece(text)); }
+void LogStream::append_float(float value) noexcept { insert(this, "float:" + std::to_string(value)); }
+void LogStream::append_double(double value) noexcept { insert(this, "double:" + std::to_string(value)); }
+void LogStream::append_text(std::string_view text) noexcept { insert(this, script::piece(text)); }
 
 }  // namespace ara::log
