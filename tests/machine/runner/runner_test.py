@@ -18,6 +18,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 STATISTICS, WATCHER, MANAGER = "persistency_statistics", "flashwatch", "diagnostic_manager"
 SAMPLES = {"sample_navigation", "sample_media", "sample_tripmeter"}
 LIMIT_S = 60
+NETWORK = f"127.{100 + os.getpid() // 254 % 100}.{1 + os.getpid() % 254}."
 NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"] if os.geteuid() == 0 else []
 
 
@@ -25,15 +26,16 @@ class Runner(unittest.TestCase):
     def setUp(self):
         self.place = pathlib.Path(tempfile.mkdtemp(prefix="machine, runner:"))
         self.addCleanup(shutil.rmtree, self.place)
+        self.addCleanup(self.kill_what_is_left)
         self.place.chmod(0o777)  # for the ordinary user
         shutil.copytree(ROOT / "scripts/machine_runner", self.place / "runner")
         (self.place / "bin").mkdir()
         for name in (STATISTICS, WATCHER, MANAGER, *SAMPLES):
             shutil.copy(pathlib.Path(__file__).with_name("standin.py"), self.place / "bin" / name)
-        # Addresses of its own, so that a machine may run beside the test.
+        # Addresses of its own, so that a machine, or this test from another build, may run beside it.
         shutil.copytree(ROOT / "machine/etc", self.place / "etc")
         manifest = self.place / "etc/machine.json"
-        manifest.write_text(manifest.read_text(encoding="utf-8").replace("127.0.20.", "127.0.23."), encoding="utf-8")
+        manifest.write_text(manifest.read_text(encoding="utf-8").replace("127.0.20.", NETWORK), encoding="utf-8")
 
     def start(self, *options, prefix=(), directory="machine", **faults):
         environment = dict(os.environ, STANDIN_EVENTS=str(self.place / "events"))
@@ -41,7 +43,7 @@ class Runner(unittest.TestCase):
         command = [*prefix, "/usr/bin/python3", "-B", "runner", "--programs", "bin", "--etc", "etc", "--directory",
                    directory, *options]
         return subprocess.Popen(command, cwd=self.place, env=environment, stdout=subprocess.PIPE,
-                                stderr=subprocess.STDOUT, text=True)
+                                stderr=subprocess.STDOUT, text=True, start_new_session=True)
 
     def finish(self, *options, **faults):
         with self.start(*options, **faults) as runner:
@@ -62,10 +64,14 @@ class Runner(unittest.TestCase):
             try:
                 if str(self.place) in os.readlink(process / "cwd") or str(self.place) in (
                         process / "cmdline").read_text(encoding="utf-8"):
-                    left.append(process.name)
+                    left.append(int(process.name))
             except OSError:
                 pass  # it ended meanwhile
         return left
+
+    def kill_what_is_left(self):
+        for pid in self.processes_left():
+            os.kill(pid, signal.SIGKILL)
 
     def assert_nothing_left(self):
         self.assertEqual(self.processes_left(), [])
@@ -84,7 +90,7 @@ class Runner(unittest.TestCase):
         host_etc = sorted(os.listdir("/etc"))
         code, output = self.finish("--once")
         self.assertEqual(code, 0, output)
-        self.assertEqual(len(re.findall(r"^\w+ ready: process \d+, 127\.0\.23\.\d$", output, re.MULTILINE)), 6, output)
+        self.assertEqual(len(re.findall(rf"^\w+ ready: process \d+, {NETWORK}\d$", output, re.MULTILINE)), 6, output)
         self.assertEqual(output.count(" FLWT DATA info "), 4, output)
         self.assert_order()
         self.assertEqual(sorted(os.listdir("/etc")), host_etc)
@@ -119,7 +125,7 @@ class Runner(unittest.TestCase):
                     output, _ = second.communicate(timeout=LIMIT_S)
                 self.assertEqual(second.returncode, 1)
                 self.assertIn(complaint, output)
-            runner.send_signal(number)
+            os.killpg(runner.pid, number)  # as a terminal sends it
             output, _ = runner.communicate(timeout=LIMIT_S)
             self.assertEqual(runner.returncode, 0, output)
             self.assertEqual(output.count(" FLWT DATA info "), 4, output)
@@ -132,7 +138,7 @@ class Runner(unittest.TestCase):
 
     def test_the_kernel_ends_everything_when_the_runner_is_killed(self):
         runner = self.start_and_wait()
-        watched = [os.pidfd_open(int(pid)) for pid in self.processes_left() if int(pid) != runner.pid]
+        watched = [os.pidfd_open(pid) for pid in self.processes_left() if pid != runner.pid]
         self.assertGreaterEqual(len(watched), 7)
         runner.kill()
         runner.wait(LIMIT_S)

@@ -8,8 +8,8 @@
 
 namespace linux_platform::com::discovery {
 
-Local_offers::Local_offers(Discovery_settings const& settings, Random_delay random)
-    : settings_(settings), random_(std::move(random)) {}
+Local_offers::Local_offers(Discovery_settings settings, Random_delay random)
+    : settings_(std::move(settings)), random_(std::move(random)) {}
 
 bool Local_offers::add(Service_key const& key, Endpoint const& endpoint, Time now) {
   auto const found = offers_.find(key);

@@ -24,7 +24,7 @@ class Local_offers final {
  public:
   static constexpr std::size_t max_offers = 64;
 
-  Local_offers(Discovery_settings const& settings, Random_delay random);
+  Local_offers(Discovery_settings settings, Random_delay random);
 
   /// Starts the initial wait, or only changes the endpoint of what is offered already. False when there are too many.
   bool add(Service_key const& key, Endpoint const& endpoint, Time now);

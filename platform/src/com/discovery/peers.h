@@ -24,7 +24,7 @@ class Peers final {
   static constexpr std::size_t max_peers = 256;
 
   /// Takes an accepted message of a peer; true when the peer started anew since its last one.
-  bool accept(boost::asio::ip::address_v4 const& peer, Path path, Session_stamp const& stamp);
+  bool accept(boost::asio::ip::address_v4 const& address, Path path, Session_stamp const& stamp);
   /// The number of the next message to a peer.
   Session_stamp next_to(boost::asio::ip::address_v4 const& peer);
 

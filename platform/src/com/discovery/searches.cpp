@@ -5,7 +5,7 @@
 
 namespace linux_platform::com::discovery {
 
-Searches::Searches(Discovery_settings const& settings) : settings_(settings) {}
+Searches::Searches(Discovery_settings settings) : settings_(std::move(settings)) {}
 
 void Searches::add(Service_key const& wanted, std::chrono::milliseconds window, Callback callback, Time now) {
   searches_.push_back({wanted, now + window, next_question(0, now), 0, std::move(callback)});

@@ -28,7 +28,7 @@ class Searches final {
     std::vector<Found> found;
   };
 
-  explicit Searches(Discovery_settings const& settings);
+  explicit Searches(Discovery_settings settings);
 
   bool full() const noexcept { return searches_.size() >= max_searches; }
   /// Starts the window. The first question has to be sent by the caller.

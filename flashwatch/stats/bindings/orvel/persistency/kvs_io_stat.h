@@ -7,10 +7,10 @@
 
 namespace orvel::persistency {
 
-/// One application's key-value storage counters and its budget for one year, as the statistics service delivers them.
-/// The members stand in the order of the wire. The unit of counters and limits is the statistics service's own.
+/// What one application has read from and written to its key-value storages, and its budget for one year of use, as
+/// the platform's statistics service reports it. The order of the members is that of the wire.
 struct KVS_io_stat {
-  std::string application_id;
+  std::string application_id;  ///< UTF-8
   std::uint64_t session_read = 0;
   std::uint64_t session_write = 0;
   std::uint64_t session_setvalue = 0;

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "halden/services/diag/d_17f2/skeleton/dataidentifier_emmcbudgetexceedance_skeleton.h"
+
+#include "halden/services/diag/meta_info.h"
+
+namespace halden::services::diag::d_17f2::skeleton {
+
+using tarn::com::cpp_binding::Deserializer;
+using tarn::com::cpp_binding::Serializer;
+
+DataIdentifier_EMMCBudgetExceedanceSkeleton::DataIdentifier_EMMCBudgetExceedanceSkeleton(
+    orvel::com::runtime::Instance_id const& instance, tarn::com::Method_call_processing_mode mode)
+    : Skeleton_base(DataIdentifier_EMMCBudgetExceedance::name, instance, mode) {
+  register_method(
+      DataIdentifier_EMMCBudgetExceedance::Cancel::id,
+      [this](Deserializer& arguments, Serializer& /*no result*/) { Cancel(read_meta_info(arguments)).get(); });
+  register_method(DataIdentifier_EMMCBudgetExceedance::Read::id, [this](Deserializer& arguments, Serializer& result) {
+    write_read_output(result, Read(read_meta_info(arguments)).get());
+  });
+}
+
+}  // namespace halden::services::diag::d_17f2::skeleton

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MACHINE_DIAGNOSTIC_MANAGER_REPORTS_SERVICE_REPORT_H
+#define MACHINE_DIAGNOSTIC_MANAGER_REPORTS_SERVICE_REPORT_H
+
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ara/com/future.h"
+#include "ara/log/logger.h"
+#include "halden/services/diag/uds_service_failure.h"
+#include "machine/diagnostic_manager/reports/blocking_report_if.h"
+#include "orvel/com/runtime/instance_id.h"
+#include "tarn/com/exceptions.h"
+
+namespace machine::diagnostic_manager::reports {
+
+/// Asks a data identifier service through its proxy. `Interface` is the service's interface with its Read.
+template <typename Proxy, typename Interface>
+class Service_report final : public Blocking_report_if {
+ public:
+  using Output = typename Interface::Read::Output;
+  using To_record = Bytes (*)(Output const&);
+
+  /// `to_record` turns what the service answers into the data record of the identifier. `log` outlives this object.
+  Service_report(orvel::com::runtime::Instance_id instance, To_record to_record, ara::log::Logger const& log)
+      : instance_(std::move(instance)), to_record_(to_record), log_(log) {}
+
+  Report_outcome read(std::atomic<bool> const& stop) override {
+    try {
+      return read_or_throw(stop);
+    } catch (halden::services::diag::Uds_service_failure const& failure) {
+      report(failure.what());
+      return Service_failed{failure.response_code()};
+    } catch (tarn::com::Transport_exception const& failure) {
+      report(failure.what());
+      return failure.error_code() == timed_out ? Report_outcome(Service_hung{}) : Report_outcome(Service_absent{});
+    } catch (std::exception const& failure) {
+      report(failure.what());
+      return Service_absent{};
+    }
+  }
+
+ private:
+  using Handle = typename Proxy::HandleType;
+
+  /// The SOME/IP return code of a request without an answer.
+  static constexpr std::uint8_t timed_out = 0x06;
+  /// How soon the end of the program is noticed while a service keeps it waiting.
+  static constexpr std::chrono::milliseconds stop_check{100};
+
+  Report_outcome read_or_throw(std::atomic<bool> const& stop) {
+    std::vector<Handle> const handles = Proxy::FindService(instance_);
+    if (handles.empty()) {
+      report("the service is not offered");
+      return Service_absent{};
+    }
+    if (!proxy_ || !(handles.front() == handle_)) {
+      handle_ = handles.front();
+      proxy_.emplace(handle_);
+    }
+    ara::com::Future<Output> answer = proxy_->Read(std::map<std::string, std::string>{});
+    while (answer.wait_for(stop_check) == ara::com::future_status::timeout) {
+      if (stop) {
+        return Service_absent{};
+      }
+    }
+    Bytes record = to_record_(answer.get());
+    last_failure_.clear();
+    return record;
+  }
+
+  /// Testers may ask as often as they like: the same failure is logged once.
+  void report(std::string const& failure) {
+    if (failure != last_failure_) {
+      log_.LogWarn() << "Reading" << Interface::name << "failed:" << failure;
+      last_failure_ = failure;
+    }
+  }
+
+  orvel::com::runtime::Instance_id const instance_;
+  To_record const to_record_;
+  ara::log::Logger const& log_;
+  Handle handle_{};
+  std::optional<Proxy> proxy_;
+  std::string last_failure_;
+};
+
+}  // namespace machine::diagnostic_manager::reports
+
+#endif

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef TARN_COM_CPP_BINDING_DESERIALIZER_H
+#define TARN_COM_CPP_BINDING_DESERIALIZER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tarn/com/cpp_binding/wire_format.h"
+
+namespace tarn::com::cpp_binding {
+
+/// Reads values from a SOME/IP payload: big endian, nothing aligned, every bound checked. Bytes behind the last value
+/// read are nobody's business: a newer sender may append parameters.
+///
+/// Reading throws std::out_of_range when the payload ends too early or a length contradicts what it covers,
+/// std::overflow_error when a length exceeds what can be addressed, and std::invalid_argument for a text that is not in
+/// the agreed encoding or a length field size that the deployment cannot mean. Whoever catches one can tell it from
+/// other exceptions by failed().
+class Deserializer {
+ public:
+  /// The payload must outlive the deserializer.
+  Deserializer(std::uint8_t const* payload, std::size_t size, Wire_format const& format) noexcept
+      : payload_(payload), size_(size), format_(format) {}
+
+  std::uint8_t read_u8() {
+    require(1);
+    return payload_[position_++];
+  }
+  std::uint16_t read_u16() { return static_cast<std::uint16_t>(read_unsigned(2)); }
+  std::uint32_t read_u32() { return static_cast<std::uint32_t>(read_unsigned(4)); }
+  std::uint64_t read_u64() { return read_unsigned(8); }
+
+  /// A text behind its length field, without byte order mark and terminator.
+  std::string read_string();
+
+  /// A vector of bytes behind its length field.
+  std::vector<std::uint8_t> read_bytes();
+
+  /// A record behind its length field. `read_members` reads the members this side knows; what the sender appended is
+  /// skipped; members that reach beyond the length are an error.
+  template <typename Read_members>
+  void read_record(Read_members&& read_members) {
+    std::size_t const end = begin_record();
+    read_members();
+    end_record(end);
+  }
+
+  /// An array or a map behind its length field, which counts bytes: `read_element` is called until they are used up.
+  template <typename Read_element>
+  void read_array(Read_element&& read_element) {
+    std::size_t const end = begin_array();
+    while (position_ < end) {
+      read_element();
+    }
+    end_array(end);
+  }
+
+  /// Whether a reading operation has thrown.
+  bool failed() const noexcept { return failed_; }
+
+ private:
+  void require(std::size_t bytes) {
+    if (bytes > size_ - position_) {
+      fail_beyond_end();
+    }
+  }
+  std::uint64_t read_unsigned(std::size_t bytes) {
+    require(bytes);
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < bytes; ++i) {
+      value = (value << 8U) | payload_[position_ + i];
+    }
+    position_ += bytes;
+    return value;
+  }
+
+  std::size_t read_length(std::size_t field_bytes);
+  std::size_t end_of(std::size_t length);
+  std::size_t begin_record();
+  void end_record(std::size_t end);
+  std::size_t begin_array();
+  void end_array(std::size_t end);
+  [[noreturn]] void fail_beyond_end();
+
+  std::uint8_t const* payload_;
+  std::size_t size_;
+  std::size_t position_ = 0;
+  Wire_format format_;
+  bool failed_ = false;
+};
+
+}  // namespace tarn::com::cpp_binding
+
+#endif

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef PLATFORM_SRC_COM_CONNECTION_SERVER_CONNECTION_H
+#define PLATFORM_SRC_COM_CONNECTION_SERVER_CONNECTION_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/src/com/connection/frame_buffer.h"
+#include "platform/src/com/connection/limits.h"
+#include "platform/src/com/connection/tcp_stream.h"
+#include "platform/src/com/message/header.h"
+
+namespace linux_platform::com {
+
+/// The server's side of one TCP connection. Any number of threads take requests from it and write answers to it.
+///
+/// While an answer is waiting for a peer that does not read, no request is taken: what a peer can make us keep is
+/// bounded by the answers of the methods that are running, and the rest is its own kernel's to keep.
+class Server_connection final {
+ public:
+  enum class Taken : std::uint8_t { request, nothing, ended };
+
+  /// `port` is the local port the peer has connected to, `peer` names it in messages to people.
+  Server_connection(Tcp_stream stream, std::uint16_t port, std::string peer, Limits const& limits);
+
+  /// Takes the next request: its header, and its payload copied into `payload`. To be called whenever the network gives
+  /// a sign, and again as long as `more` says that something may be there without a further sign. `ended` when the
+  /// peer has gone or cannot be followed any further.
+  Taken take(Header& header, std::vector<std::uint8_t>& payload, bool& more);
+
+  /// Writes a message as far as the peer takes it and keeps the rest until the network gives a sign. False when the
+  /// connection is lost.
+  bool write(std::vector<std::uint8_t> const& message);
+
+  /// True for the first caller since help_came(): at most one thread is on its way to help.
+  bool needs_help() noexcept { return !help_called_.exchange(true); }
+  void help_came() noexcept { help_called_ = false; }
+
+  std::uint16_t port() const noexcept { return port_; }
+  std::string const& peer() const noexcept { return peer_; }
+  int descriptor() const noexcept { return stream_.descriptor(); }
+
+ private:
+  bool flush();
+
+  std::uint16_t const port_;
+  std::string const peer_;
+  Tcp_stream stream_;
+  std::atomic<bool> help_called_{false};
+
+  std::mutex reading_;  ///< guards what follows
+  Frame_buffer input_;
+  bool drained_ = true;  ///< the last reading took all there was
+  bool ended_ = false;
+
+  std::mutex writing_;  ///< guards what follows
+  std::vector<std::uint8_t> unsent_;
+  std::size_t sent_ = 0;  ///< bytes of unsent_ that are on their way already
+};
+
+}  // namespace linux_platform::com
+
+#endif

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef PLATFORM_SRC_COM_RUNTIME_READINESS_H
+#define PLATFORM_SRC_COM_RUNTIME_READINESS_H
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace linux_platform::com {
+
+/// Where threads wait together for whichever connection has something to do next (Linux epoll, edge-triggered).
+///
+/// Each sign wakes one of the waiting threads, which then reads the connection itself. While it runs a method the
+/// kernel wakes the next waiting thread for the next sign: the reading passes on without any thread waking another.
+class Readiness final {
+ public:
+  /// Throws std::system_error.
+  Readiness();
+  ~Readiness();
+  Readiness(Readiness const&) = delete;
+  Readiness& operator=(Readiness const&) = delete;
+
+  /// Watches a descriptor for input, room for output and the end. `id` is not 0. Throws std::system_error.
+  void add(int descriptor, std::uint64_t id);
+  /// Gives a sign for a watched descriptor although nothing happened to it, provided that it can be written.
+  void call_for(int descriptor, std::uint64_t id) noexcept;
+  /// No sign is given any more.
+  void remove(int descriptor) noexcept;
+
+  /// Waits for a sign; the id of its descriptor. Nothing when `limit` has passed or end() was called. Without limit it
+  /// waits as long as it takes.
+  std::optional<std::uint64_t> wait(std::optional<std::chrono::milliseconds> limit) noexcept;
+
+  /// Every waiting thread returns, now and ever after.
+  void end() noexcept;
+
+ private:
+  int epoll_;
+  int end_;
+};
+
+}  // namespace linux_platform::com
+
+#endif

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/src/com/runtime/server.h"
+
+#include <exception>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include <boost/system/system_error.hpp>
+
+#include "platform/src/com/message/request_check.h"
+#include "platform/src/com/runtime/comm_log.h"
+
+namespace linux_platform::com {
+namespace {
+
+// A connection with more requests than this at hand lets the others have their turn.
+constexpr int requests_per_turn = 64;
+
+}  // namespace
+
+Server::Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& address, Limits const& limits)
+    : io_(io),
+      address_(address),
+      limits_(limits),
+      workers_(limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); }) {}
+
+Server::~Server() { workers_.stop(); }
+
+void Server::open(std::shared_ptr<Offered_service> const& service) {
+  std::uint16_t const port = service->port();
+  std::string const what = "cannot offer " + service->deployment().interface + " at " + address_.to_string() + ":" +
+                           std::to_string(port) + ": ";
+  {
+    std::lock_guard<std::mutex> const lock(mutex_);
+    if (services_.count({port, service->key().service}) != 0) {
+      throw std::runtime_error(what + "an instance of it is offered there already");
+    }
+  }
+  if (acceptors_.count(port) == 0) {
+    workers_.start();
+    try {
+      auto const acceptor = std::make_shared<Acceptor>(
+          io_, boost::asio::ip::tcp::endpoint(address_, port),
+          [this, port](Tcp_stream stream, std::string peer) { admit(std::move(stream), port, std::move(peer)); });
+      acceptor->start();
+      acceptors_[port] = acceptor;
+    } catch (boost::system::system_error const& error) {
+      throw std::runtime_error(what + error.code().message());
+    }
+  }
+  service->open();
+  std::lock_guard<std::mutex> const lock(mutex_);
+  services_[{port, service->key().service}] = service;
+}
+
+void Server::forget(Offered_service const& service) {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  services_.erase({service.port(), service.key().service});
+  auto const next = services_.lower_bound({service.port(), 0});
+  if (next == services_.end() || next->first.first != service.port()) {
+    acceptors_.erase(service.port());
+  }
+}
+
+void Server::admit(Tcp_stream stream, std::uint16_t port, std::string peer) {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  if (connections_.size() >= limits_.connections) {
+    if (!std::exchange(refusing_, true)) {
+      comm_log().LogWarn() << "Limit of connections reached, refusing" << peer
+                           << "and others, limit:" << limits_.connections;
+    }
+    return;
+  }
+  refusing_ = false;
+  std::uint64_t const id = ++last_id_;
+  auto const added =
+      connections_.emplace(id, std::make_shared<Server_connection>(std::move(stream), port, std::move(peer), limits_));
+  try {
+    workers_.readiness().add(added.first->second->descriptor(), id);
+  } catch (std::system_error const& error) {
+    comm_log().LogWarn() << "Connection of" << added.first->second->peer() << "cannot be served:" << error.what();
+    connections_.erase(added.first);
+  }
+}
+
+void Server::serve(std::uint64_t id, Workspace& workspace) {
+  auto const served = connection(id);
+  if (served == nullptr) {
+    return;
+  }
+  served->help_came();
+  try {
+    if (!take_turn(*served, id, workspace)) {
+      remove(id);
+    }
+  } catch (std::exception const& error) {
+    comm_log().LogWarn() << "Connection of" << served->peer() << "is given up:" << error.what();
+    remove(id);
+  }
+}
+
+// False when the connection has ended.
+bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& workspace) {
+  bool more = true;
+  for (int turn = 0; more && turn < requests_per_turn; ++turn) {
+    switch (served.take(workspace.header, workspace.payload, more)) {
+      case Server_connection::Taken::nothing:
+        return true;
+      case Server_connection::Taken::ended:
+        return false;
+      case Server_connection::Taken::request:
+        break;
+    }
+    // What has been read already is not seen by the kernel, so the next thread has to be called for it.
+    if (more && served.needs_help()) {
+      workers_.readiness().call_for(served.descriptor(), id);
+    }
+    if (!answer(served, workspace)) {
+      return false;
+    }
+    workspace.tidy();
+  }
+  if (more) {
+    workers_.readiness().call_for(served.descriptor(), id);
+  }
+  return true;
+}
+
+// False when the connection is lost.
+bool Server::answer(Server_connection& connection, Workspace& workspace) {
+  Header const& request = workspace.header;
+  auto const addressed_service = service({connection.port(), request.service});
+  Addressed addressed;
+  if (addressed_service != nullptr) {
+    addressed = {true, addressed_service->deployment().major, addressed_service->has_method(request.method)};
+  }
+  Request_verdict verdict = check_request(request, addressed);
+  if (verdict.kind == Request_verdict::Kind::serve) {
+    workers_.keep_one_waiting();
+    if (!addressed_service->run(request, workspace.payload, limits_.message_bytes, workspace.answer)) {
+      verdict = check_request(request, {});  // withdrawn meanwhile
+    }
+  }
+  switch (verdict.kind) {
+    case Request_verdict::Kind::serve:
+      return connection.write(workspace.answer);
+    case Request_verdict::Kind::answer_with_error:
+      workspace.answer.resize(Header::size);
+      write_header(workspace.answer.data(), reply_header(request, Message_type::error, verdict.error), 0);
+      return connection.write(workspace.answer);
+    case Request_verdict::Kind::discard:
+      return true;
+  }
+  return true;
+}
+
+std::shared_ptr<Server_connection> Server::connection(std::uint64_t id) {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  auto const position = connections_.find(id);
+  return position == connections_.end() ? nullptr : position->second;
+}
+
+std::shared_ptr<Offered_service> Server::service(Address const& address) {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  auto const position = services_.find(address);
+  return position == services_.end() ? nullptr : position->second;
+}
+
+void Server::remove(std::uint64_t id) {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  auto const position = connections_.find(id);
+  if (position != connections_.end()) {
+    // It is closed when the last method that has still to answer on it lets go: the peer may only have ended its side.
+    workers_.readiness().remove(position->second->descriptor());
+    connections_.erase(position);
+  }
+}
+
+}  // namespace linux_platform::com

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef PLATFORM_SRC_COM_RUNTIME_SERVER_H
+#define PLATFORM_SRC_COM_RUNTIME_SERVER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/address_v4.hpp>
+
+#include "platform/src/com/connection/limits.h"
+#include "platform/src/com/connection/server_connection.h"
+#include "platform/src/com/runtime/acceptor.h"
+#include "platform/src/com/runtime/offered_service.h"
+#include "platform/src/com/runtime/worker_pool.h"
+
+namespace linux_platform::com {
+
+/// What this process serves: listening ports, the connections that came in, and the threads that answer requests.
+class Server final {
+ public:
+  /// Listening takes place on the thread of `io`, which outlives the server.
+  Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& address, Limits const& limits);
+  /// The thread of `io` has ended or will run nothing of the server's any more.
+  ~Server();
+  Server(Server const&) = delete;
+  Server& operator=(Server const&) = delete;
+
+  /// Listens at the service's port, if nothing else does so already, and lets calls in. Called on the thread of `io`.
+  /// std::runtime_error naming the service, the address and the port when the port cannot be had or carries another
+  /// instance of the same interface.
+  void open(std::shared_ptr<Offered_service> const& service);
+
+  /// Forgets the service; from now on its requests are answered with an error. The port is closed when it carries no
+  /// other. Established connections stay: it is the client who closes them. Called on the thread of `io`.
+  void forget(Offered_service const& service);
+
+  /// Closes the ports. Called on the thread of `io`.
+  void close_ports() { acceptors_.clear(); }
+  /// Ends the threads that answer requests, once they come out of their methods. Called on any other thread.
+  void stop_workers() noexcept { workers_.stop(); }
+
+ private:
+  using Address = std::pair<std::uint16_t, std::uint16_t>;  ///< port and service id
+
+  void admit(Tcp_stream stream, std::uint16_t port, std::string peer);
+  void serve(std::uint64_t id, Workspace& workspace);
+  bool take_turn(Server_connection& served, std::uint64_t id, Workspace& workspace);
+  bool answer(Server_connection& connection, Workspace& workspace);
+  std::shared_ptr<Server_connection> connection(std::uint64_t id);
+  std::shared_ptr<Offered_service> service(Address const& address);
+  void remove(std::uint64_t id);
+
+  boost::asio::io_context& io_;
+  boost::asio::ip::address_v4 const address_;
+  Limits const limits_;
+  std::map<std::uint16_t, std::shared_ptr<Acceptor>> acceptors_;  ///< by port; touched on the thread of io_ only
+
+  std::mutex mutex_;  ///< guards what follows
+  std::map<Address, std::shared_ptr<Offered_service>> services_;
+  std::map<std::uint64_t, std::shared_ptr<Server_connection>> connections_;
+  std::uint64_t last_id_ = 0;
+  bool refusing_ = false;  ///< the limit of connections has been reached and that has been logged
+
+  Worker_pool workers_;  ///< last, so that its threads end first
+};
+
+}  // namespace linux_platform::com
+
+#endif
