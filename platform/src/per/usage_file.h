@@ -20,9 +20,9 @@ namespace linux_platform::per {
 ///
 /// `run` only grows, so whoever reads at any instant finds a total that was true then.
 struct Usage_file {
-  static constexpr std::size_t words = 11;
-  static constexpr std::size_t size = words * sizeof(std::uint64_t);
-  using Words = std::array<std::uint64_t, words>;
+  static constexpr std::size_t word_count = 11;
+  static constexpr std::size_t size = word_count * sizeof(std::uint64_t);
+  using Words = std::array<std::uint64_t, word_count>;
   /// Byte offsets of the members.
   static constexpr std::size_t store_id_at = 8;
   static constexpr std::size_t base_at = 16;
