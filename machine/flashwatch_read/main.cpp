@@ -55,7 +55,7 @@ std::unique_ptr<Display_if> make_display(Options const& options) {
   if (options.watch && understands_escapes()) {
     return std::make_unique<Terminal_display>(std::cout, terminal_size, style);
   }
-  auto const separator = options.watch ? "\n" : "";
+  auto const* const separator = options.watch ? "\n" : "";
   return std::make_unique<Line_display>(
       std::cout, std::cerr, [=](Overview const& overview) { return table_text(overview, style) + separator; });
 }
@@ -69,8 +69,8 @@ Exit_code read_once(Figure_source_if& source, Display_if& display, Scid_names co
 
 Exit_code run(Options const& options) {
   if (options.help || options.version) {
-    std::cout << (options.help ? help_text() : "flashwatch_read " FLASHWATCH_VERSION "\n");
-    return Exit_code::fine;
+    std::cout << (options.help ? help_text() : "flashwatch_read " FLASHWATCH_VERSION "\n") << std::flush;
+    return std::cout ? Exit_code::fine : Exit_code::could_not_read;
   }
   auto const names = Scid_names::from_file(options.mapping_file);
   Overview_context const context{remote_text(options.remote), options.watch.has_value(), options.amounts};

@@ -126,6 +126,7 @@ void apply(int found, std::vector<char*> const& arguments, Options& options) {
 
 Options parse_options(std::vector<std::string> arguments) {
   std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (auto& argument : arguments) {
     pointers.push_back(argument.data());
   }

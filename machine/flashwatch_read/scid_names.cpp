@@ -66,7 +66,7 @@ Scid_names Scid_names::from_text(std::string const& text, std::string const& fil
     return Scid_names{without_names(file, "is not valid JSON")};
   }
   if (!document.is_object() || document.count("mappings") == 0) {
-    return Scid_names{without_names(file, "has no member \"mappings\"")};
+    return Scid_names{without_names(file, R"(has no member "mappings")")};
   }
   auto const mapping = read_mapping(document.at("mappings"));
   Scid_names names;
@@ -77,7 +77,7 @@ Scid_names Scid_names::from_text(std::string const& text, std::string const& fil
   if (mapping.unusable > 0) {
     names.problem_ = "Mapping file " + file + ": " + std::to_string(mapping.unusable) +
                      (mapping.unusable == 1 ? " entry is" : " entries are") +
-                     " unusable (each needs \"app_name\", a text, and \"scid\", a number).";
+                     R"( unusable (each needs "app_name", a text, and "scid", a number).)";
   }
   return names;
 }

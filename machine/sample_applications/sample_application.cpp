@@ -15,6 +15,8 @@ namespace sample_applications {
 namespace {
 
 constexpr char const* sync_count_key = "sync_count";
+/// The pause after a sync that failed.
+constexpr std::chrono::milliseconds retry_interval{5'000};
 
 class Sample_application {
  public:
@@ -71,10 +73,9 @@ class Sample_application {
     }
   }
 
-  std::chrono::milliseconds try_later(std::exception const& error) const {
-    ara::log::LogError() << "cannot write:" << error.what() << "- next attempt in" << workload_.interval.count()
-                         << "ms";
-    return workload_.interval;
+  static std::chrono::milliseconds try_later(std::exception const& error) {
+    ara::log::LogError() << "cannot write:" << error.what() << "- next attempt in" << retry_interval.count() << "ms";
+    return retry_interval;
   }
 
   void report(ara::exec::ApplicationState state) {

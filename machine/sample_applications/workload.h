@@ -19,7 +19,7 @@ struct Workload {
   /// The first syncs in the life of the storage follow one another quickly; a restart does not begin them again.
   std::uint64_t quick_syncs;
   std::chrono::milliseconds quick_interval;
-  /// All later ones; also the pause after one that failed.
+  /// All later ones.
   std::chrono::milliseconds interval;
   /// Sets the values of one sync; `count` is the number of syncs before it in the life of the storage.
   void (*set_values)(ara::per::KeyValueStorageBase& storage, std::uint64_t count);

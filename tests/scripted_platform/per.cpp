@@ -46,10 +46,8 @@ std::vector<std::uint8_t> KvsType::GetBinary() const {
   if (auto const* damage = std::get_if<Damage>(&content_)) {
     throw ExceptionPhysicalStorageError(damage->finding);
   }
-  if (auto const* bytes = std::get_if<std::vector<std::uint8_t>>(&content_)) {
-    return *bytes;
-  }
-  throw ExceptionLogicError("not binary");
+  auto const* bytes = std::get_if<std::vector<std::uint8_t>>(&content_);
+  return bytes != nullptr ? *bytes : throw ExceptionLogicError("not binary");
 }
 
 void KvsType::GetBinary(void* buffer, std::size_t size) const {

@@ -6,8 +6,6 @@
 #include <mutex>
 #include <utility>
 
-#include "ara/log/logging.h"
-
 namespace script {
 namespace {
 
@@ -38,9 +36,10 @@ std::vector<std::string> journal() {
 }
 
 std::vector<std::string> log() {
-  auto lines = journal();
-  lines.erase(std::remove_if(lines.begin(), lines.end(), [](auto const& line) { return line.rfind("log ", 0) != 0; }),
-              lines.end());
+  std::vector<std::string> lines;
+  auto const all = journal();
+  std::copy_if(all.begin(), all.end(), std::back_inserter(lines),
+               [](auto const& line) { return line.rfind("log ", 0) == 0; });
   return lines;
 }
 
@@ -56,16 +55,12 @@ void note(std::string entry) {
 
 void call(std::string const& name, std::string const& arguments) {
   note(name + "(" + arguments + ")");
-  std::function<void()> action;
-  {
-    std::lock_guard const lock(state().mutex);
-    auto const found = state().actions.find(name);
-    if (found == state().actions.end()) {
-      return;
-    }
-    action = found->second;
+  std::unique_lock lock(state().mutex);
+  auto const action = state().actions[name];
+  lock.unlock();
+  if (action) {
+    action();
   }
-  action();
 }
 
 Answers& answers() { return state().answers; }

@@ -3,6 +3,7 @@
 #define TESTS_SCRIPTED_PLATFORM_SCRIPT_H
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <map>
 #include <string>
@@ -13,6 +14,7 @@
 #include "ara/exec/application_client.h"
 #include "ara/log/log_level.h"
 #include "ara/per/kvs_type.h"
+#include "tarn/com/cpp_binding/service_handle.h"
 
 /// What a test says to the scripted platform, and what it reads back. Usable from any thread.
 namespace script {
@@ -37,9 +39,16 @@ struct Answers {
   ara::exec::ApplicationReturnType state_report = ara::exec::ApplicationReturnType::kSuccess;
   std::uint8_t supervision_status = 0;
   unsigned unslept_seconds = 0;
-  std::map<std::string, ara::per::KvsType> stored;  ///< the content of the key-value storage
+  std::map<std::string, ara::per::KvsType> stored;              ///< the content of the key-value storage
+  std::vector<tarn::com::cpp_binding::Service_handle> offered;  ///< what every search finds
+  std::vector<std::uint8_t> reply;                              ///< the payload that answers every request
+  std::exception_ptr reply_failure;                             ///< instead of the reply, when set
 };
 Answers& answers();
+
+/// Calls a method of an offered service, as a peer without meta information does: the reply's payload, or the
+/// exception.
+std::vector<std::uint8_t> request(std::string const& interface, std::uint16_t id);
 
 /// One piece with its type: "text", i64:-1, u8:3, bool:1.
 template <typename T>

@@ -47,7 +47,9 @@ std::array<std::uint8_t, 17> read_vin(Node const& node) {
   if (!legal || text.size() != vin.size()) {
     node.refuse("is not 17 capital letters and digits");
   }
-  std::transform(text.begin(), text.end(), vin.begin(), [](char letter) { return static_cast<std::uint8_t>(letter); });
+  for (std::size_t i = 0; i < vin.size(); ++i) {
+    vin.at(i) = static_cast<std::uint8_t>(text[i]);
+  }
   return vin;
 }
 

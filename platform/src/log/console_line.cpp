@@ -92,6 +92,7 @@ std::size_t Console_line::append_character(std::string_view text) noexcept {
   return 1;
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a piece always has a value
 void Console_line::append(Piece const& piece) noexcept {
   std::visit(
       [this](auto const& value) {

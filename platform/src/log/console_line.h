@@ -22,7 +22,7 @@ class Console_line {
   /// With control characters (C0, DEL, C1), backslashes and bytes that are no UTF-8 escaped: \n \r \t \\ \x1b.
   void append_text(std::string_view text) noexcept;
   /// A number in decimal, floating point in the shortest form that reads back the same, true or false, or a text.
-  void append(Piece const& piece) noexcept;
+  void append(Piece const& piece) noexcept;  // NOLINT(bugprone-exception-escape): a piece always has a value
   /// UTC with microseconds, as ISO 8601 has it.
   void append_time(std::chrono::system_clock::time_point time) noexcept;
 

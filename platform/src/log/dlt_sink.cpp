@@ -28,9 +28,8 @@ constexpr std::chrono::milliseconds pause_between_attempts{1};
 // dlt_uptime counts in these.
 using Dlt_ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10000>>;
 
-LogLevel to_level(int level) noexcept {
-  return static_cast<LogLevel>(
-      std::clamp(level, static_cast<int>(LogLevel::kOff), static_cast<int>(LogLevel::kVerbose)));
+LogLevel to_level(std::int8_t level) noexcept {
+  return static_cast<LogLevel>(std::clamp<std::int8_t>(level, 0, static_cast<std::int8_t>(LogLevel::kVerbose)));
 }
 
 int kept_bytes() noexcept {
@@ -79,7 +78,7 @@ void Dlt_sink::open(Context& context, std::size_t slot) {
   }
   dlt_register_log_level_changed_callback(&dlt_context, &Dlt_sink::level_changed);
   // A change that comes in between either shows in the second reading or calls back after the threshold was set.
-  int adopted = 0;
+  std::int8_t adopted = 0;
   do {
     adopted = *dlt_context.log_level_ptr;
     context.set_threshold(slot, to_level(adopted));
@@ -92,7 +91,7 @@ void Dlt_sink::level_changed(char* context_id, std::uint8_t level, std::uint8_t 
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellable);
   std::array<char, DLT_ID_SIZE> id{};
   std::memcpy(id.data(), context_id, id.size());
-  Log_core::instance().change_dlt_level(id, to_level(level));
+  Log_core::instance().change_dlt_level(id, to_level(static_cast<std::int8_t>(level)));
   pthread_setcancelstate(cancellable, nullptr);
 }
 
@@ -111,7 +110,7 @@ void Dlt_sink::write(Record const& record) noexcept {
                                               record.piece_count) != DLT_RETURN_TRUE) {
     return;
   }
-  if (record.age != record.age.zero()) {
+  if (record.age > std::chrono::nanoseconds::zero()) {
     data.use_timestamp = DLT_USER_TIMESTAMP;
     data.user_timestamp = dlt_uptime() - static_cast<std::uint32_t>(std::chrono::floor<Dlt_ticks>(record.age).count());
   }

@@ -20,8 +20,8 @@ constexpr auto available_modes = LogMode::kRemote | LogMode::kConsole;
 
 std::string hexadecimal(unsigned value) {
   std::array<char, 8> digits{};
-  auto const end = std::to_chars(digits.begin(), digits.end(), value, 16).ptr;
-  return "0x" + std::string(digits.begin(), end);
+  auto const* const end = std::to_chars(digits.begin(), digits.end(), value, 16).ptr;
+  return "0x" + std::string(digits.cbegin(), end);
 }
 
 void refuse_other_modes(LogMode mode) {
@@ -36,6 +36,7 @@ void refuse_other_modes(LogMode mode) {
 }  // namespace
 
 // directory_path belongs to kFile.
+// NOLINTBEGIN(performance-unnecessary-value-param): the platform's signatures
 void InitLogging(std::string application_id, std::string application_description, LogLevel default_level, LogMode mode,
                  std::string /*directory_path*/) {
   refuse_other_modes(mode);
@@ -46,6 +47,8 @@ Logger& CreateLogger(std::string context_id, std::string context_description) {
   auto const id = linux_platform::log::mended_id("context id", context_id);
   return Log_core::instance().context(id, std::move(context_description)).logger();
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 Logger& DefaultLogger() noexcept { return Log_core::instance().default_context().logger(); }
 

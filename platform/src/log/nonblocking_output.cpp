@@ -46,7 +46,7 @@ ssize_t write_if_ready(int descriptor, std::string_view bytes) noexcept {
 
 int open_again(int descriptor) noexcept {
   char path[] = "/proc/self/fd/0000000000";  // NOLINT(modernize-avoid-c-arrays): room for the number
-  snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor);
+  (void)snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor);
   return open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 }
 

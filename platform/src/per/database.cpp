@@ -42,7 +42,9 @@ std::uint8_t const* data_of(std::string_view bytes) noexcept {
 
 struct Database::Statements {
   explicit Statements(sqlite3* connection)
-      : find(connection, "SELECT 1 FROM entries WHERE key=?1"),
+      : begin(connection, "BEGIN IMMEDIATE"),
+        commit(connection, "COMMIT"),
+        find(connection, "SELECT 1 FROM entries WHERE key=?1"),
         get(connection, "SELECT value FROM entries WHERE key=?1"),
         list(connection, "SELECT key FROM entries ORDER BY key"),
         update(connection, "UPDATE entries SET value=?2 WHERE key=?1"),
@@ -52,6 +54,8 @@ struct Database::Statements {
         summary(connection, "SELECT value FROM summary WHERE row=1"),
         summarize(connection, "UPDATE summary SET value=?1 WHERE row=1") {}
 
+  Statement begin;
+  Statement commit;
   Statement find;
   Statement get;
   Statement list;
@@ -99,9 +103,9 @@ int Database::connect() {
   if (result != SQLITE_OK) {
     return result;
   }
-  for (auto const& [option, value] : {std::pair(SQLITE_DBCONFIG_DEFENSIVE, 1),
-                                      std::pair(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0),
-                                      std::pair(SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1)}) {
+  for (auto const& [option, value] :
+       {std::pair(SQLITE_DBCONFIG_DEFENSIVE, 1), std::pair(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0),
+        std::pair(SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1)}) {
     sqlite3_db_config(opened, option, value, nullptr);
   }
   if (auto const set = execute(common_settings); set != SQLITE_OK) {
@@ -152,7 +156,8 @@ void Database::check_keys() {
   auto result = list->step();
   for (; result == SQLITE_ROW; result = list->step()) {
     auto const key = list->bytes(0);
-    if (found.keys != 0 && key <= last) {
+    // A key whose type was changed has its bytes still, and no search finds it.
+    if (!list->is_blob(0) || (found.keys != 0 && key <= last)) {
       throw ExceptionPhysicalStorageError("the file is damaged: its keys are out of order");
     }
     found.add_key(key);
@@ -213,13 +218,13 @@ std::vector<std::string> Database::keys() {
 void Database::commit(Changes const& changes, Usage const& total) {
   auto summary = summary_;
   summary.total = total;
-  expect(SQLITE_OK, execute("BEGIN IMMEDIATE"));
+  run(statements_->begin);
   try {
     apply(changes, summary);
     auto const record = summary.encode();
-    Statement_use const summarize(statements_->summarize);
-    expect(SQLITE_DONE, summarize->bind(1, record.data(), record.size()).step());
-    expect(SQLITE_OK, execute("COMMIT"));
+    statements_->summarize.bind(1, record.data(), record.size());
+    run(statements_->summarize);
+    run(statements_->commit);
   } catch (...) {
     // SQLite has rolled back by itself after some errors, and then there is nothing to do.
     static_cast<void>(execute("ROLLBACK"));

@@ -3,7 +3,6 @@
 #define PLATFORM_SRC_PER_DESCRIPTOR_H
 
 #include <unistd.h>
-
 #include <utility>
 
 namespace linux_platform::per {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/file_rights.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 #include "ara/per/exceptions.h"

@@ -2,10 +2,9 @@
 #ifndef PLATFORM_SRC_PER_FILE_RIGHTS_H
 #define PLATFORM_SRC_PER_FILE_RIGHTS_H
 
-#include <sys/types.h>
-
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 #include "platform/src/per/settings.h"
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/log_file.h"
 
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <unistd.h>
 
 #include <sqlite3.h>
 

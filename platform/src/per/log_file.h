@@ -8,7 +8,8 @@ namespace linux_platform::per {
 
 /// The write-ahead log of a store, arranged so that it costs the medium as little as possible:
 ///
-/// - it comes with a new store, and where it was taken away it is made at the first write, not when the store is opened;
+/// - it comes with a new store, and where it was taken away it is made at the first write, not when the store is
+/// opened;
 /// - the sync that SQLite wants between header and frames, to keep frames of an earlier round out, is left out of a log
 ///   that was never used;
 /// - it grows in whole blocks, filled with zeros, so that a commit into a block that is there changes no metadata; what

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/log_seal.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
+#include <unistd.h>
 #include <vector>
 
 #include <boost/crc.hpp>

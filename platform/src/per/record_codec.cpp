@@ -13,8 +13,8 @@
 namespace linux_platform::per {
 namespace {
 
-using ara::per::KvsType;
 using ara::per::Kvs_type_access;
+using ara::per::KvsType;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t type_binary = 1;

@@ -5,8 +5,8 @@ namespace linux_platform::per {
 
 Statement::Statement(sqlite3* database, std::string_view sql) noexcept {
   sqlite3_stmt* made = nullptr;
-  failure_ = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &made,
-                                nullptr);
+  failure_ =
+      sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &made, nullptr);
   statement_.reset(made);
 }
 

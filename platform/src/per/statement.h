@@ -25,6 +25,7 @@ class Statement {
   /// The column's bytes; valid until the next step or reset.
   std::string_view bytes(int column) const noexcept;
   std::int64_t integer(int column) const noexcept { return sqlite3_column_int64(statement_.get(), column); }
+  bool is_blob(int column) const noexcept { return sqlite3_column_type(statement_.get(), column) == SQLITE_BLOB; }
   void reset() noexcept;
 
  private:

@@ -48,7 +48,9 @@ void KeyValueStorageBase::Storage::set(std::string const& key, KvsType const& va
   staged_.values.insert_or_assign(key, value);
 }
 
-void KeyValueStorageBase::Storage::remove(std::string const& key) { staged_.values.insert_or_assign(key, std::nullopt); }
+void KeyValueStorageBase::Storage::remove(std::string const& key) {
+  staged_.values.insert_or_assign(key, std::nullopt);
+}
 
 void KeyValueStorageBase::Storage::remove_all() {
   staged_.clear = true;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/store.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <random>
+#include <sys/stat.h>
 #include <system_error>
 #include <utility>
 
@@ -65,8 +64,7 @@ bool exists(std::string const& file) {
 
 }  // namespace
 
-Store_place Store_place::of(Per_settings const& settings, std::string const& application,
-                            std::string const& storage) {
+Store_place Store_place::of(Per_settings const& settings, std::string const& application, std::string const& storage) {
   if (storage.empty()) {
     throw ExceptionLogicError("a storage of application \"" + printable(application) + "\" has no name");
   }

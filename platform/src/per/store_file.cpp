@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/store_file.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 
 #include <sqlite3.h>
 

@@ -97,10 +97,9 @@ std::vector<std::uint8_t> Store_format::new_file(std::uint64_t store_id) {
   auto const record = summary.encode();
 
   auto const database = open_in_memory();
-  run(database.get(), "PRAGMA page_size=" + std::to_string(page_size) +
-                          ";PRAGMA application_id=" + std::to_string(application_id) +
-                          ";PRAGMA user_version=" + std::to_string(format_version) + ";" +
-                          std::string(create_entries) + ";" + std::string(create_summary));
+  run(database.get(), "PRAGMA page_size=" + std::to_string(page_size) + ";PRAGMA application_id=" +
+                          std::to_string(application_id) + ";PRAGMA user_version=" + std::to_string(format_version) +
+                          ";" + std::string(create_entries) + ";" + std::string(create_summary));
   Statement insert(database.get(), "INSERT INTO summary VALUES(1,?1)");
   if (insert.bind(1, record.data(), record.size()).step() != SQLITE_DONE) {
     throw std::bad_alloc();

@@ -13,8 +13,9 @@
 
 namespace linux_platform::per {
 
-/// How a store's file is made up: a SQLite database in write-ahead log mode with pages of 512 bytes (docs/persistency.md
-/// has the measurement behind both), marked by its application id and version, and with exactly two tables:
+/// How a store's file is made up: a SQLite database in write-ahead log mode with pages of 512 bytes
+/// (docs/persistency.md has the measurement behind both), marked by its application id and version, and with exactly
+/// two tables:
 ///
 ///   entries(key, value)   every value under its key, as a record of Record_codec
 ///   summary(row, value)   one row, the record of Store_summary

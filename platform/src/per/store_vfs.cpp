@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/store_vfs.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <new>
 #include <stdexcept>
 #include <string_view>
+#include <unistd.h>
 
 #include "platform/src/per/descriptor.h"
 #include "platform/src/per/vfs_table.h"

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/usage_counters.h"
 
+#include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <filesystem>
+#include <sys/stat.h>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 
 #include "ara/per/exceptions.h"
 #include "platform/src/per/names.h"
@@ -40,8 +39,7 @@ bool write_all(int descriptor, Usage_file const& content) noexcept {
 
 }  // namespace
 
-Usage_counters::Usage_counters(std::string const& file, File_rights const& rights,
-                               std::chrono::milliseconds lock_wait)
+Usage_counters::Usage_counters(std::string const& file, File_rights const& rights, std::chrono::milliseconds lock_wait)
     : file_(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, counters_mode)) {
   if (!file_) {
     throw ara::per::ExceptionStorageLocationNotFound(text(file, "cannot be opened", errno));

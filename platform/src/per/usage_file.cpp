@@ -21,16 +21,16 @@ std::optional<Usage_file::Words> read_words(int descriptor) noexcept {
 }  // namespace
 
 Usage_file::Words Usage_file::to_words() const noexcept {
-  return {mark,           store_id,  base.read, base.write,    base.setvalue, start.read,
-          start.write, start.setvalue, run.read,  run.write, run.setvalue};
+  return {mark,        store_id,       base.read, base.write, base.setvalue, start.read,
+          start.write, start.setvalue, run.read,  run.write,  run.setvalue};
 }
 
 std::optional<Usage_file> Usage_file::from_words(Words const& words) noexcept {
   if (words[0] != mark) {
     return std::nullopt;
   }
-  return Usage_file{words[1], {words[2], words[3], words[4]}, {words[5], words[6], words[7]},
-                    {words[8], words[9], words[10]}};
+  return Usage_file{
+      words[1], {words[2], words[3], words[4]}, {words[5], words[6], words[7]}, {words[8], words[9], words[10]}};
 }
 
 std::optional<Usage_file> Usage_file::load(int descriptor) noexcept {

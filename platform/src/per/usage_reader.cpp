@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/usage_reader.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
 #include <memory>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 #include <utility>
 
@@ -50,7 +49,8 @@ std::optional<std::vector<std::string>> names_in(std::string const& path) {
 }
 
 std::optional<std::string> without_suffix(std::string const& name, std::string_view suffix) {
-  auto const fits = name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
+  auto const fits =
+      name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
   return fits ? std::optional(name.substr(0, name.size() - suffix.size())) : std::nullopt;
 }
 
@@ -109,8 +109,8 @@ void Usage_reader::read_application(std::string const& folder_name, Reading& rea
   }
 }
 
-void Usage_reader::read_storage(std::string const& folder, std::string const& file_name,
-                                Application_usage& application, Reading& reading) {
+void Usage_reader::read_storage(std::string const& folder, std::string const& file_name, Application_usage& application,
+                                Reading& reading) {
   auto const file = settings_.root + "/" + folder + "/" + file_name;
   struct stat status {};
   if (lstat(file.c_str(), &status) != 0) {

@@ -2,11 +2,10 @@
 #ifndef PLATFORM_SRC_PER_USAGE_READER_H
 #define PLATFORM_SRC_PER_USAGE_READER_H
 
-#include <sys/types.h>
-
 #include <map>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "platform/src/per/settings.h"

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/per/vfs_table.h"
 
-#include <sys/stat.h>
-
 #include <memory>
 #include <new>
 #include <string_view>
+#include <sys/stat.h>
 #include <utility>
 
 #include "platform/src/per/log_file.h"
@@ -50,9 +49,7 @@ sqlite3_io_methods const& methods() {
       return result;
     };
     m.xLock = [](sqlite3_file* f, int) { return file_of(f).lock(); };
-    m.xUnlock = [](sqlite3_file* f, int level) {
-      return level == SQLITE_LOCK_NONE ? file_of(f).unlock() : SQLITE_OK;
-    };
+    m.xUnlock = [](sqlite3_file* f, int level) { return level == SQLITE_LOCK_NONE ? file_of(f).unlock() : SQLITE_OK; };
     m.xCheckReservedLock = [](sqlite3_file*, int* held) {
       *held = 0;
       return SQLITE_OK;
@@ -118,7 +115,9 @@ sqlite3_vfs make_vfs_table(Store_vfs& vfs) {
   table.xFullPathname = [](sqlite3_vfs* v, char const* path, int size, char* out) {
     return base_of(v)->xFullPathname(base_of(v), path, size, out);
   };
-  table.xRandomness = [](sqlite3_vfs* v, int size, char* out) { return base_of(v)->xRandomness(base_of(v), size, out); };
+  table.xRandomness = [](sqlite3_vfs* v, int size, char* out) {
+    return base_of(v)->xRandomness(base_of(v), size, out);
+  };
   table.xSleep = [](sqlite3_vfs* v, int microseconds) { return base_of(v)->xSleep(base_of(v), microseconds); };
   table.xCurrentTime = [](sqlite3_vfs* v, double* now) { return base_of(v)->xCurrentTime(base_of(v), now); };
   table.xCurrentTimeInt64 = [](sqlite3_vfs* v, sqlite3_int64* now) {

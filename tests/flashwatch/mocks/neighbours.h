@@ -5,17 +5,13 @@
 #include <gmock/gmock.h>
 
 #include "flashwatch/app/time_wrapper_if.h"
+#include "flashwatch/config/application_scid_converter_if.h"
+#include "flashwatch/config/file_reader_if.h"
 #include "flashwatch/reporting/stats_logger_if.h"
-#include "flashwatch/stats/io_stats_provider_if.h"
 #include "flashwatch/stats/persistent_storage_if.h"
 #include "flashwatch/stats/stats_annual_supervision_if.h"
 
 namespace orvel::flashwatch::diagnostics {
-
-struct Io_stats_provider_mock : Io_stats_provider_if {
-  using Statistics = std::map<std::string, persistency::KVS_io_stat>;
-  MOCK_METHOD(Statistics, get_KVS_statistics, (), (const, override));
-};
 
 struct Persistent_storage_mock : Persistent_storage_if {
   MOCK_METHOD(std::optional<Entry>, read, (std::string const&), (const, noexcept, override));
@@ -34,7 +30,18 @@ struct Stats_logger_mock : Stats_logger_if {
   MOCK_METHOD(void, debug_log_stats, (std::vector<Stat_record> const&), (override));
 };
 
-/// A clock that stands still; sleeping is left to the scripted platform.
+struct Application_scid_converter_mock : Application_scid_converter_if {
+  MOCK_METHOD(std::uint64_t, get_scid, (std::string const&), (const, override));
+};
+
+/// A file reader that has this text for every path.
+struct Text_reader final : File_reader_if {
+  explicit Text_reader(std::string text) : text_(std::move(text)) {}
+  std::string get_content(std::string const& /*path*/) const override { return text_; }
+  std::string text_;
+};
+
+/// A clock that stands still; sleeping is the scripted platform's.
 struct Stopped_clock final : Time_wrapper_if {
   explicit Stopped_clock(std::time_t now) : now_(now) {}
   std::time_t get_current_time() const override { return now_; }

@@ -2,31 +2,27 @@
 // The record's bytes, when the platform is called, and how each of its failures is told.
 #include "flashwatch/stats/persistent_storage.h"
 
-#include <gmock/gmock.h>
-
 #include "flashwatch/stats/kvs_exception_handler.h"
-#include "tests/scripted_platform/script.h"
+#include "tests/flashwatch/room_test.h"
 
 namespace orvel::flashwatch::diagnostics {
 namespace {
 
-using ::testing::ElementsAre;
-using Bytes = std::vector<std::uint8_t>;
+using ara::per::KvsType;
 
-struct APersistentStorage : ::testing::Test {
-  void SetUp() override { script::reset(); }
-
-  static std::string line(std::string const& action, std::string const& key) {
-    return script::debug(action, key, "time of first use:", std::int64_t{-2},
-                         "soft limit:", std::uint64_t{0x1112131415161718},
-                         "hard limit:", std::uint64_t{0x2122232425262728}, "years in use:", std::uint32_t{0x01020304});
+struct APersistentStorage : Room_test {
+  static std::string line(std::string const& action) {
+    return debug(action, "nav", "time of first use:", I64{-2}, "soft limit:", U64{0x1112131415161718},
+                 "hard limit:", U64{0x2122232425262728}, "years in use:", U32{0x01020304});
   }
-  /// How often the platform was called by that name.
-  static auto calls(std::string const& call) {
-    auto const all = script::journal();
-    return std::count(all.begin(), all.end(), call);
+  static auto flushes() {
+    auto const calls = journal();
+    return std::count(calls.begin(), calls.end(), "per.SyncToStorage()");
   }
+  Bytes stored() const { return answers().stored.at("nav").GetBinary(); }
+  void store(KvsType const& value) { answers().stored.insert_or_assign("nav", value); }
 
+  Persistent_storage storage_;
   Persistent_storage_if::Entry const entry_{-2, {0x1112131415161718, 0x2122232425262728}, 0x01020304};
   // time of first use, soft limit, hard limit, years, reserved
   Bytes const bytes_{0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x18, 0x17, 0x16, 0x15, 0x14, 0x13, 0x12, 0x11,
@@ -34,115 +30,87 @@ struct APersistentStorage : ::testing::Test {
 };
 
 TEST_F(APersistentStorage, WritesARecordOf32Bytes) {
-  Persistent_storage storage;
-  storage.create("nav", entry_);
-  EXPECT_EQ(script::answers().stored.at("nav").GetBinary(), bytes_);
-  EXPECT_THAT(script::journal(), ElementsAre("per.KeyValueStorage(flashwatch_BkupByEmBoot)", "per.HasKey(nav)",
-                                             "per.SetValue(nav)", line("Write for key:", "nav")));
+  storage_.create("nav", entry_);
+  EXPECT_EQ(stored(), bytes_);
+  EXPECT_THAT(journal(), ElementsAre("per.KeyValueStorage(flashwatch_BkupByEmBoot)", "per.HasKey(nav)",
+                                     "per.SetValue(nav)", line("Write for key:")));
 }
 
 TEST_F(APersistentStorage, ReadsARecordAndIgnoresItsReservedBytes) {
-  Persistent_storage const storage;
+  EXPECT_FALSE(storage_.read("nav").has_value());
   auto bytes = bytes_;
   bytes.back() = 0xAA;
-  script::answers().stored.emplace("nav", ara::per::KvsType(bytes.data(), bytes.size()));
-  auto const entry = storage.read("nav");
-
+  store(KvsType(bytes.data(), bytes.size()));
+  auto const entry = storage_.read("nav");
   ASSERT_TRUE(entry.has_value());
   EXPECT_EQ(entry->time_of_first_use, -2);
   EXPECT_EQ(entry->limits.soft, 0x1112131415161718);
   EXPECT_EQ(entry->limits.hard, 0x2122232425262728);
   EXPECT_EQ(entry->years_in_use, 0x01020304);
-  EXPECT_THAT(script::log(), ElementsAre(line("Read for key:", "nav")));
-  EXPECT_FALSE(storage.read("media").has_value());
-  EXPECT_EQ(script::log().size(), 1U);
+  EXPECT_THAT(script::log(), ElementsAre(line("Read for key:")));
 }
 
 TEST_F(APersistentStorage, TakesWhatItCannotDecodeForNoRecord) {
-  Persistent_storage const storage;
-  auto stored = script::answers().stored;
-  stored.emplace("short", ara::per::KvsType(bytes_.data(), 31));
-  stored.emplace("text", ara::per::KvsType(std::string(32, 'x')));
-  stored.emplace("damaged", ara::per::KvsType::damaged("bad checksum"));
-  for (auto const& [key, type, text] :
-       std::vector<std::array<std::string, 3>>{{"short", "ExceptionLogicError:", "another size"},
-                                               {"text", "ExceptionLogicError:", "not binary"},
-                                               {"damaged", "ExceptionPhysicalStorageError:", "bad checksum"}}) {
-    script::reset();
-    script::answers().stored = stored;
-    EXPECT_FALSE(storage.read(key).has_value());
-    EXPECT_THAT(script::log(), ElementsAre(script::warning("Exception caught during kvs_db readout"),
-                                           script::warning(type, text, "caught")));
+  std::vector<std::string> expected;
+  for (auto const& [value, type, text] : std::vector<std::tuple<KvsType, std::string, std::string>>{
+           {KvsType(bytes_.data(), 31), "ExceptionLogicError:", "another size"},
+           {KvsType(std::string(32, 'x')), "ExceptionLogicError:", "not binary"},
+           {KvsType::damaged("checksum"), "ExceptionPhysicalStorageError:", "checksum"}}) {
+    store(value);
+    EXPECT_FALSE(storage_.read("nav").has_value());
+    expected.push_back(warning("Exception caught during kvs_db readout"));
+    expected.push_back(warning(type, text, "caught"));
   }
+  EXPECT_EQ(script::log(), expected);
 }
 
 TEST_F(APersistentStorage, OnlyWarnsOfACreateOrUpdateThatDoesNotFit) {
-  Persistent_storage storage;
-  storage.update("nav", entry_);
-  EXPECT_TRUE(script::answers().stored.empty());
-  script::answers().stored.emplace("nav", ara::per::KvsType("x", 1));
-  storage.create("nav", entry_);
-  storage.sync_to_storage();
-
-  EXPECT_EQ(script::answers().stored.at("nav").GetBinary(), Bytes{'x'});
-  EXPECT_THAT(script::log(), ElementsAre(script::warning("Trying to update not created entry"),
-                                         script::warning("Trying to create entry with existing key")));
-  EXPECT_EQ(calls("per.SyncToStorage()"), 0);
+  storage_.update("nav", entry_);
+  EXPECT_TRUE(answers().stored.empty());
+  store(KvsType("x", 1));
+  storage_.create("nav", entry_);
+  EXPECT_EQ(stored(), Bytes{'x'});
+  EXPECT_THAT(script::log(), ElementsAre(warning("Trying to update not created entry"),
+                                         warning("Trying to create entry with existing key")));
+  storage_.sync_to_storage();
+  EXPECT_EQ(flushes(), 0);
+  storage_.update("nav", entry_);
+  EXPECT_EQ(stored(), bytes_);
 }
 
-TEST_F(APersistentStorage, FlushesAtEverySyncAfterTheFirstWriteAndNeverByItself) {
-  {
-    Persistent_storage storage;
-    storage.sync_to_storage();
-    EXPECT_EQ(calls("per.SyncToStorage()"), 0);
-    storage.create("nav", entry_);
-    storage.update("nav", entry_);
-    EXPECT_EQ(calls("per.SyncToStorage()"), 0);
-    storage.sync_to_storage();
-    storage.sync_to_storage();
-  }
-  EXPECT_EQ(calls("per.SyncToStorage()"), 2);
-}
-
-TEST_F(APersistentStorage, SwallowsFailedWritesAndFlushes) {
-  Persistent_storage storage;
-  script::on("per.SetValue", [] { throw ara::per::ExceptionPhysicalStorageError("disk full"); });
-  storage.create("nav", entry_);
-  storage.sync_to_storage();
-  EXPECT_EQ(calls("per.SyncToStorage()"), 0);
-  script::on("per.SetValue", [] {});
-  script::on("per.SyncToStorage", [] { throw ara::per::ExceptionStorageLocationNotFound("no root"); });
-  storage.create("nav", entry_);
-  storage.sync_to_storage();
-
-  EXPECT_THAT(script::log(),
-              ElementsAre(script::warning("Exception caught during kvs_db write"),
-                          script::warning("ExceptionPhysicalStorageError:", "disk full", "caught"),
-                          line("Write for key:", "nav"), script::warning("Exception caught during sync_to_storage"),
-                          script::warning("ExceptionStorageLocationNotFound:", "no root", "caught")));
+TEST_F(APersistentStorage, FlushesAtEverySyncAfterAWriteThatSucceeded) {
+  on("per.SetValue", [] { throw ara::per::ExceptionPhysicalStorageError("disk full"); });
+  storage_.create("nav", entry_);
+  storage_.sync_to_storage();
+  EXPECT_EQ(flushes(), 0);
+  on("per.SetValue", [] {});
+  storage_.create("nav", entry_);
+  storage_.sync_to_storage();
+  on("per.SyncToStorage", [] { throw ara::per::ExceptionStorageLocationNotFound("no root"); });
+  storage_.sync_to_storage();
+  EXPECT_EQ(flushes(), 2);
+  EXPECT_THAT(script::log(), ElementsAre(warning("Exception caught during kvs_db write"),
+                                         warning("ExceptionPhysicalStorageError:", "disk full", "caught"),
+                                         line("Write for key:"), warning("Exception caught during sync_to_storage"),
+                                         warning("ExceptionStorageLocationNotFound:", "no root", "caught")));
 }
 
 TEST_F(APersistentStorage, LetsAFailedOpeningAndAFailedExistenceTestPass) {
-  script::on("per.KeyValueStorage", [] { throw ara::per::ExceptionPhysicalStorageError("foreign file"); });
-  EXPECT_THROW(Persistent_storage(), ara::per::ExceptionPhysicalStorageError);
-
-  script::reset();
-  Persistent_storage storage;
-  script::on("per.HasKey", [] { throw ara::per::ExceptionPhysicalStorageError("gone"); });
-  EXPECT_THROW(storage.create("nav", entry_), ara::per::ExceptionPhysicalStorageError);
-  EXPECT_THROW(storage.update("nav", entry_), ara::per::ExceptionPhysicalStorageError);
-  EXPECT_THAT(script::log(), ElementsAre());
-  EXPECT_DEATH(storage.read("nav"), "");
+  using ara::per::ExceptionPhysicalStorageError;
+  on("per.KeyValueStorage", [] { throw ExceptionPhysicalStorageError("foreign file"); });
+  EXPECT_THROW(Persistent_storage(), ExceptionPhysicalStorageError);
+  on("per.HasKey", [] { throw ExceptionPhysicalStorageError("gone"); });
+  EXPECT_THROW(storage_.create("nav", entry_), ExceptionPhysicalStorageError);
+  EXPECT_THROW(storage_.update("nav", entry_), ExceptionPhysicalStorageError);
+  EXPECT_DEATH(storage_.read("nav"), "");
+  EXPECT_THAT(script::log(), IsEmpty());
 }
 
-TEST(AKvsExceptionHandler, NamesTheRestOfTheExceptions) {
-  script::reset();
-  handle_kvs_exception(std::make_exception_ptr(ara::per::ExceptionLogicError("order")));
+TEST_F(APersistentStorage, TellsTheRestOfTheExceptionsByTheirType) {
   handle_kvs_exception(std::make_exception_ptr(std::range_error("odd")));
   handle_kvs_exception(std::make_exception_ptr(5));
-  EXPECT_THAT(script::log(), ElementsAre(script::warning("ExceptionLogicError:", "order", "caught"),
-                                         script::warning("Exception:", "odd", "caught at KVS access"),
-                                         script::warning("Unknown exception caught at KVS access")));
+  EXPECT_THAT(script::log(), ElementsAre(warning("Exception:", "odd", "caught at KVS access"),
+                                         warning("Unknown exception caught at KVS access")));
 }
 
 }  // namespace

@@ -23,19 +23,20 @@ using ::testing::IsEmpty;
 constexpr auto top = std::numeric_limits<std::uint64_t>::max();
 
 TEST(Amounts, RoundTowardsZeroInTheirUnit) {
-  struct {
+  struct Row {
     std::uint64_t bytes;
     char const* text;
-  } const rows[] = {{0, "0 B"},
-                    {1023, "1023 B"},
-                    {1024, "1.00 KiB"},
-                    {10239, "9.99 KiB"},
-                    {10240, "10.0 KiB"},
-                    {102399, "99.9 KiB"},
-                    {1048575, "1023 KiB"},
-                    {1048576, "1.00 MiB"},
-                    {std::uint64_t{1} << 60U, "1.00 EiB"},
-                    {top, "15.9 EiB"}};
+  };
+  std::vector<Row> const rows{{0, "0 B"},
+                              {1023, "1023 B"},
+                              {1024, "1.00 KiB"},
+                              {10239, "9.99 KiB"},
+                              {10240, "10.0 KiB"},
+                              {102399, "99.9 KiB"},
+                              {1048575, "1023 KiB"},
+                              {1048576, "1.00 MiB"},
+                              {std::uint64_t{1} << 60U, "1.00 EiB"},
+                              {top, "15.9 EiB"}};
   for (auto const& row : rows) {
     EXPECT_EQ(amount_text(row.bytes, Amount_style::units), row.text) << row.bytes;
   }
@@ -43,23 +44,24 @@ TEST(Amounts, RoundTowardsZeroInTheirUnit) {
 }
 
 TEST(Shares, NeverHideWhetherTheLimitIsExceeded) {
-  struct {
+  struct Row {
     std::uint64_t limit, written;
     char const *share, *left;
     std::size_t cells_of_8;
-  } const rows[] = {{0, 0, "-", "0", 0},
-                    {0, 1, "-", "-1", 8},
-                    {0, top, "-", "-18446744073709551615", 8},
-                    {1000, 0, "0%", "1000", 0},
-                    {1000, 1, "<1%", "999", 0},
-                    {1000, 999, "99%", "1", 7},
-                    {1000, 1000, "100%", "0", 8},
-                    {1000, 1001, "101%", "-1", 8},
-                    {1000, 9990, "999%", "-8990", 8},
-                    {1000, 9991, ">999%", "-8991", 8},
-                    {top, top - 1, "99%", "1", 7},
-                    {top - 1, top, "101%", "-1", 8},
-                    {1, top, ">999%", "-18446744073709551614", 8}};
+  };
+  std::vector<Row> const rows{{0, 0, "-", "0", 0},
+                              {0, 1, "-", "-1", 8},
+                              {0, top, "-", "-18446744073709551615", 8},
+                              {1000, 0, "0%", "1000", 0},
+                              {1000, 1, "<1%", "999", 0},
+                              {1000, 999, "99%", "1", 7},
+                              {1000, 1000, "100%", "0", 8},
+                              {1000, 1001, "101%", "-1", 8},
+                              {1000, 9990, "999%", "-8990", 8},
+                              {1000, 9991, ">999%", "-8991", 8},
+                              {top, top - 1, "99%", "1", 7},
+                              {top - 1, top, "101%", "-1", 8},
+                              {1, top, ">999%", "-18446744073709551614", 8}};
   for (auto const& row : rows) {
     EXPECT_EQ(share_text(row.limit, row.written), row.share) << row.limit << ' ' << row.written;
     EXPECT_EQ(remainder_text(remainder_of(row.limit, row.written), Amount_style::exact_bytes), row.left);
@@ -68,32 +70,35 @@ TEST(Shares, NeverHideWhetherTheLimitIsExceeded) {
 }
 
 TEST(Durations, ShowTheirTwoLargestUnits) {
-  struct {
+  struct Row {
     std::uint64_t seconds;
     char const* text;
-  } const rows[] = {{0, "0 s"},           {59, "59 s"},          {60, "1 m 00 s"},    {3599, "59 m 59 s"},
-                    {3600, "1 h 00 m"},   {86399, "23 h 59 m"},  {86400, "1 d 00 h"}, {31556951, "365 d 05 h"},
-                    {31556952, "1 year"}, {63113904, "2 years"}, {top, ">100 years"}};
+  };
+  std::vector<Row> const rows{
+      {0, "0 s"},           {59, "59 s"},          {60, "1 m 00 s"},    {3599, "59 m 59 s"},
+      {3600, "1 h 00 m"},   {86399, "23 h 59 m"},  {86400, "1 d 00 h"}, {31556951, "365 d 05 h"},
+      {31556952, "1 year"}, {63113904, "2 years"}, {top, ">100 years"}};
   for (auto const& row : rows) {
     EXPECT_EQ(duration_text(row.seconds), row.text);
   }
 }
 
 TEST(TextFromOutside, CannotSteerATerminal) {
-  struct {
+  struct Row {
     std::string text, printed;
     std::size_t width;
-  } const rows[] = {{"navigation", "navigation", 10},
-                    {"\x1b[2J", "\\u{1B}[2J", 9},
-                    {std::string{"a\0b\n", 4}, "a\\u{0}b\\u{A}", 12},
-                    {"\x7f\xc2\x9b", "\\u{7F}\\u{9B}", 12},
-                    {"\u202e", "\\u{202E}", 8},
-                    {"\u5730\u56f3", "\u5730\u56f3", 4},
-                    {"e\u0301", "e\u0301", 1},
-                    {"\xc3", "\\xC3", 4},
-                    {"\xc0\xaf", "\\xC0\\xAF", 8},
-                    {"\xed\xa0\x80", "\\xED\\xA0\\x80", 12},
-                    {"\xf4\x90\x80\x80", "\\xF4\\x90\\x80\\x80", 16}};
+  };
+  std::vector<Row> const rows{{"navigation", "navigation", 10},
+                              {"\x1b[2J", "\\u{1B}[2J", 9},
+                              {std::string{"a\0b\n", 4}, "a\\u{0}b\\u{A}", 12},
+                              {"\x7f\xc2\x9b", R"(\u{7F}\u{9B})", 12},
+                              {"\xe2\x80\xae", "\\u{202E}", 8},
+                              {"\u5730\u56f3", "\u5730\u56f3", 4},
+                              {"e\u0301", "e\u0301", 1},
+                              {"\xc3", "\\xC3", 4},
+                              {"\xc0\xaf", R"(\xC0\xAF)", 8},
+                              {"\xed\xa0\x80", R"(\xED\xA0\x80)", 12},
+                              {"\xf4\x90\x80\x80", R"(\xF4\x90\x80\x80)", 16}};
   for (auto const& row : rows) {
     EXPECT_EQ(printable(row.text), row.printed);
     EXPECT_EQ(cells(row.printed), row.width) << row.printed;
@@ -118,9 +123,11 @@ TEST(ScidNames, AreReadAsTheServiceReadsThem) {
 }
 
 TEST(ScidNames, AreMissingForAReason) {
-  struct {
+  struct Row {
     char const *text, *problem;
-  } const rows[] = {{"", "is not valid JSON"}, {"[", "is not valid JSON"}, {"[]", "no member"}, {"{}", "no member"}};
+  };
+  std::vector<Row> const rows{
+      {"", "is not valid JSON"}, {"[", "is not valid JSON"}, {"[]", "no member"}, {"{}", "no member"}};
   for (auto const& row : rows) {
     auto const names = Scid_names::from_text(row.text, "f");
     EXPECT_THAT(names.problem(), HasSubstr(row.problem));
@@ -132,13 +139,14 @@ TEST(ScidNames, AreMissingForAReason) {
 
 TEST(Options, TakeTheIntervalFromTheNextArgumentOnlyIfItIsANumber) {
   using std::chrono::milliseconds;
-  struct {
+  struct Row {
     std::vector<std::string> arguments;
     int interval;
     char const* host;
-  } const rows[] = {{{"--watch"}, 2000, "127.0.20.3"}, {{"--watch", "5"}, 5000, "127.0.20.3"},
-                    {{"--watch=0.25", "h"}, 250, "h"}, {{"-w", "h"}, 2000, "h"},
-                    {{"h", "-w", "1"}, 1000, "h"},     {{"--watch", "10.0.0.1"}, 2000, "10.0.0.1"}};
+  };
+  std::vector<Row> const rows{{{"--watch"}, 2000, "127.0.20.3"}, {{"--watch", "5"}, 5000, "127.0.20.3"},
+                              {{"--watch=0.25", "h"}, 250, "h"}, {{"-w", "h"}, 2000, "h"},
+                              {{"h", "-w", "1"}, 1000, "h"},     {{"--watch", "10.0.0.1"}, 2000, "10.0.0.1"}};
   for (auto row : rows) {
     row.arguments.insert(row.arguments.begin(), "flashwatch_read");
     auto const options = parse_options(row.arguments);

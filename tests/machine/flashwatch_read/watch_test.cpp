@@ -110,16 +110,17 @@ Overview overview_of(std::uint64_t total, std::optional<Trend> trend) {
 }
 
 TEST(TheTableOfAWatch, ForecastsWhenTheBudgetIsUsedUp) {
-  struct {
+  struct Row {
     std::uint64_t total;
     std::optional<Trend> trend;
     char const* columns;
-  } const rows[] = {{0, std::nullopt, "0%     -           -  ........................"},
-                    {400, Trend{20, 2s}, "10 B/s    1 m 00 s  #########..............."},
-                    {400, Trend{0, 2s}, "0 B/s       never"},
-                    {400, Trend{1, 2s}, "<1 B/s   20 m 00 s"},
-                    {1000, Trend{20, 2s}, "10 B/s         0 s"},
-                    {1001, Trend{20, 2s}, "10 B/s        over"}};
+  };
+  std::vector<Row> const rows{{0, std::nullopt, "0%     -           -  ........................"},
+                              {400, Trend{20, 2s}, "10 B/s    1 m 00 s  #########..............."},
+                              {400, Trend{0, 2s}, "0 B/s       never"},
+                              {400, Trend{1, 2s}, "<1 B/s   20 m 00 s"},
+                              {1000, Trend{20, 2s}, "10 B/s         0 s"},
+                              {1001, Trend{20, 2s}, "10 B/s        over"}};
   for (auto const& row : rows) {
     EXPECT_THAT(table_text(overview_of(row.total, row.trend), {120}), HasSubstr(row.columns));
   }

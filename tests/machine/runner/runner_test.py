@@ -18,6 +18,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 STATISTICS, WATCHER, MANAGER = "persistency_statistics", "flashwatch", "diagnostic_manager"
 SAMPLES = {"sample_navigation", "sample_media", "sample_tripmeter"}
 LIMIT_S = 60
+NETWORK = f"127.{100 + os.getpid() // 254 % 100}.{1 + os.getpid() % 254}."
 NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"] if os.geteuid() == 0 else []
 
 
@@ -31,10 +32,10 @@ class Runner(unittest.TestCase):
         (self.place / "bin").mkdir()
         for name in (STATISTICS, WATCHER, MANAGER, *SAMPLES):
             shutil.copy(pathlib.Path(__file__).with_name("standin.py"), self.place / "bin" / name)
-        # Addresses of its own, so that a machine may run beside the test.
+        # Addresses of its own, so that a machine, or this test from another build, may run beside it.
         shutil.copytree(ROOT / "machine/etc", self.place / "etc")
         manifest = self.place / "etc/machine.json"
-        manifest.write_text(manifest.read_text(encoding="utf-8").replace("127.0.20.", "127.0.23."), encoding="utf-8")
+        manifest.write_text(manifest.read_text(encoding="utf-8").replace("127.0.20.", NETWORK), encoding="utf-8")
 
     def start(self, *options, prefix=(), directory="machine", **faults):
         environment = dict(os.environ, STANDIN_EVENTS=str(self.place / "events"))
@@ -42,7 +43,7 @@ class Runner(unittest.TestCase):
         command = [*prefix, "/usr/bin/python3", "-B", "runner", "--programs", "bin", "--etc", "etc", "--directory",
                    directory, *options]
         return subprocess.Popen(command, cwd=self.place, env=environment, stdout=subprocess.PIPE,
-                                stderr=subprocess.STDOUT, text=True)
+                                stderr=subprocess.STDOUT, text=True, start_new_session=True)
 
     def finish(self, *options, **faults):
         with self.start(*options, **faults) as runner:
@@ -89,7 +90,7 @@ class Runner(unittest.TestCase):
         host_etc = sorted(os.listdir("/etc"))
         code, output = self.finish("--once")
         self.assertEqual(code, 0, output)
-        self.assertEqual(len(re.findall(r"^\w+ ready: process \d+, 127\.0\.23\.\d$", output, re.MULTILINE)), 6, output)
+        self.assertEqual(len(re.findall(rf"^\w+ ready: process \d+, {NETWORK}\d$", output, re.MULTILINE)), 6, output)
         self.assertEqual(output.count(" FLWT DATA info "), 4, output)
         self.assert_order()
         self.assertEqual(sorted(os.listdir("/etc")), host_etc)
@@ -124,7 +125,7 @@ class Runner(unittest.TestCase):
                     output, _ = second.communicate(timeout=LIMIT_S)
                 self.assertEqual(second.returncode, 1)
                 self.assertIn(complaint, output)
-            runner.send_signal(number)
+            os.killpg(runner.pid, number)  # as a terminal sends it
             output, _ = runner.communicate(timeout=LIMIT_S)
             self.assertEqual(runner.returncode, 0, output)
             self.assertEqual(output.count(" FLWT DATA info "), 4, output)

@@ -5,7 +5,6 @@
 #include <arpa/inet.h>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +16,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -33,109 +34,35 @@ void read_more(int from, std::string& into, std::string_view what) {
   into.append(chunk, 0, static_cast<std::size_t>(size));
 }
 
-class Bytes {
- public:
-  explicit Bytes(std::string_view rest) : rest_(rest) {}
-  std::string_view take(std::size_t size) {
-    auto const taken = rest_.substr(0, size);
-    if (taken.size() != size) {
-      throw std::runtime_error("a DLT message ends too early");
-    }
-    rest_.remove_prefix(size);
-    return taken;
+/// The messages of an application have all optional header fields (type 0x3D), which makes 26 bytes of headers.
+std::optional<Dlt_message> parse(std::string_view message) {
+  constexpr std::size_t headers_size = 26;
+  if (message.size() < headers_size || message[0] != 0x3D || message.substr(18, 4) != "FLWT") {
+    return std::nullopt;
   }
-  template <typename Value>
-  Value take() {
-    Value value{};
-    std::memcpy(&value, take(sizeof value).data(), sizeof value);
-    return value;
-  }
-  std::string take_id() {
-    auto const id = take(4);
-    return std::string(id.substr(0, std::min(id.size(), id.find('\0'))));
-  }
+  EXPECT_EQ(message[16] & 0x0F, 0x01) << "a log message in verbose mode";
+  return Dlt_message{std::string(message.substr(22, 4)), static_cast<std::uint8_t>(message[16]) >> 4U,
+                     static_cast<std::uint8_t>(message[17]), std::string(message.substr(headers_size))};
+}
 
- private:
-  std::string_view rest_;
+/// A loopback socket of its own, and how to reach it.
+struct Endpoint {
+  Endpoint() {
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  }
+  sockaddr* get() { return reinterpret_cast<sockaddr*>(&address); }
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  int const socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
-template <typename Value>
-std::string number(Bytes& payload) {
-  std::ostringstream text;
-  text << +payload.take<Value>();
-  return text.str();
-}
-
-std::string integer(Bytes& payload, unsigned bits, bool is_signed) {
-  switch (bits) {
-    case 8:
-      return is_signed ? number<std::int8_t>(payload) : number<std::uint8_t>(payload);
-    case 16:
-      return is_signed ? number<std::int16_t>(payload) : number<std::uint16_t>(payload);
-    case 32:
-      return is_signed ? number<std::int32_t>(payload) : number<std::uint32_t>(payload);
-    default:
-      return is_signed ? number<std::int64_t>(payload) : number<std::uint64_t>(payload);
-  }
-}
-
-std::string piece(Bytes& payload) {
-  auto const type = payload.take<std::uint32_t>();
-  auto const bits = 4U << (type & 0xFU);
-  switch (type & ~0xFU) {
-    case 0x10:
-      return "bool" + std::to_string(bits) + ":" + integer(payload, bits, false);
-    case 0x20:
-      return "int" + std::to_string(bits) + ":" + integer(payload, bits, true);
-    case 0x40:
-      return "uint" + std::to_string(bits) + ":" + integer(payload, bits, false);
-    case 0x80:
-      return "float" + std::to_string(bits) + ":" + (bits == 32 ? number<float>(payload) : number<double>(payload));
-    case 0x8200: {
-      auto const text = payload.take(payload.take<std::uint16_t>());
-      return "utf8:" + std::string(text.substr(0, text.size() - 1));
-    }
-    default:
-      throw std::runtime_error("a DLT argument of type " + std::to_string(type));
-  }
-}
-
-/// Log messages have an extended header in verbose mode; the daemon's own messages are left out.
-std::optional<Dlt_message> parse(Bytes message, std::uint8_t header_type) {
-  for (auto const optional_field : {0x04U, 0x08U, 0x10U}) {
-    message.take((header_type & optional_field) != 0 ? 4 : 0);
-  }
-  auto const info = (header_type & 0x01U) != 0 ? message.take<std::uint8_t>() : 0U;
-  if ((info & 0x0FU) != 0x01U) {
-    return std::nullopt;
-  }
-  auto const count = message.take<std::uint8_t>();
-  Dlt_message parsed{message.take_id(), message.take_id(), static_cast<int>(info >> 4U), {}};
-  if (parsed.application == "DLTD") {
-    return std::nullopt;
-  }
-  for (int i = 0; i < count; ++i) {
-    parsed.pieces.push_back(piece(message));
-  }
-  return parsed;
-}
-
-sockaddr_in loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
 std::uint16_t free_port() {
-  auto address = loopback(0);
-  socklen_t size = sizeof address;
-  int const probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  bind(probe, reinterpret_cast<sockaddr*>(&address), size);
-  getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size);
-  close(probe);
-  return ntohs(address.sin_port);
+  Endpoint probe;
+  bind(probe.socket, probe.get(), probe.size);
+  getsockname(probe.socket, probe.get(), &probe.size);
+  close(probe.socket);
+  return ntohs(probe.address.sin_port);
 }
 
 }  // namespace
@@ -174,7 +101,10 @@ void Dlt_daemon::start(int context_level) {
   while (said.find("Switched to buffer state") == std::string::npos) {
     read_more(output_, said, "its first words");
   }
-  connect_client();
+  Endpoint client;
+  client.address.sin_port = htons(port_);
+  client_ = client.socket;
+  connect(client_, client.get(), client.size);
 }
 
 void Dlt_daemon::stop() {
@@ -199,28 +129,21 @@ void Dlt_daemon::set_level(std::string_view application, std::string_view contex
   }
 }
 
-void Dlt_daemon::connect_client() {
-  auto const address = loopback(port_);
-  client_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (connect(client_, reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0) {
-    throw std::runtime_error("the DLT daemon does not serve");
-  }
-}
-
 std::vector<Dlt_message> Dlt_daemon::receive_until(std::string_view last) {
-  auto const wanted = "utf8:" + std::string(last);
   std::vector<Dlt_message> messages;
-  while (messages.empty() || messages.back().pieces.front() != wanted) {
-    std::string_view const start = received_;
-    auto const length = start.size() < 4 ? 4U : ntohs(Bytes(start.substr(2)).take<std::uint16_t>());
-    if (start.size() < std::max<std::size_t>(length, 5)) {
+  while (messages.empty() || messages.back().payload.find(last) == std::string::npos) {
+    std::size_t length = 4;
+    if (received_.size() >= length) {
+      length = static_cast<std::uint8_t>(received_[2]) * 256U + static_cast<std::uint8_t>(received_[3]);
+    }
+    if (received_.size() < std::max<std::size_t>(length, 5)) {
       read_more(client_, received_, std::string(last) + " after " + std::to_string(messages.size()) + " messages");
-      continue;
+    } else {
+      if (auto message = parse(std::string_view(received_).substr(0, length))) {
+        messages.push_back(std::move(*message));
+      }
+      received_.erase(0, length);
     }
-    if (auto message = parse(Bytes(start.substr(4, length - 4U)), static_cast<std::uint8_t>(start[0]))) {
-      messages.push_back(std::move(*message));
-    }
-    received_.erase(0, length);
   }
   return messages;
 }

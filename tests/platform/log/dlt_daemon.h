@@ -8,13 +8,13 @@
 #include <sys/types.h>
 #include <vector>
 
-/// A log message as it left the daemon. Pieces as kind, bits and value: "int8:-5", "bool8:1", "float32:1.5",
-/// "utf8:text".
+/// A log message of FLWT as it left the daemon.
 struct Dlt_message {
-  std::string application;
   std::string context;
   int level = 0;
-  std::vector<std::string> pieces;
+  int argument_count = 0;
+  /// The arguments as they are on the wire.
+  std::string payload;
 };
 
 /// A real DLT daemon of a test's own, on loopback, in a temporary directory.
@@ -36,12 +36,10 @@ class Dlt_daemon {
   /// As `dlt-control -l level` does it.
   void set_level(std::string_view application, std::string_view context, int level) const;
 
-  /// Everything the daemon delivers up to the message that starts with the text `last`. Contexts of tests only.
+  /// Everything the daemon delivers up to the first one with `last` in its payload.
   std::vector<Dlt_message> receive_until(std::string_view last);
 
  private:
-  void connect_client();
-
   std::string directory_;
   std::uint16_t port_ = 0;
   pid_t process_ = -1;

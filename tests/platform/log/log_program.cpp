@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that logs as the test tells it: log_program MODE, commands as lines on standard input, one byte on
-// descriptor 3 when each is done.
+// A program that logs as the test tells it: log_program MODE. Commands come as lines on standard input, a socket; the
+// thread that has done one reports its id there.
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -19,19 +19,15 @@ namespace {
 using namespace std::string_literals;
 namespace log = ara::log;
 
-constexpr int report_descriptor = 3;
-
 // Destroyed after main, when the exit handlers that InitLogging registered are through.
 struct Logs_at_exit {
   ~Logs_at_exit() { log::LogInfo() << "from a static destructor"; }
 } const logs_at_exit;
 
-template <typename Value>
-void report(Value value) {
-  [[maybe_unused]] auto const written = write(report_descriptor, &value, sizeof value);
+void report(int /*signal*/ = 0) {
+  auto const thread = gettid();
+  [[maybe_unused]] auto const written = write(STDIN_FILENO, &thread, sizeof thread);
 }
-
-void report_thread(int) { report(gettid()); }
 
 void log_types() {
   log::CreateLogger("DATA", "data").LogWarn()
@@ -44,9 +40,8 @@ void log_from_threads() {
   std::vector<std::thread> threads;
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([number] {
-      auto& logger = log::CreateLogger("TH" + std::to_string(number % 2), "threads");
       for (int i = 0; i < 250; ++i) {
-        logger.LogDebug() << number << i << "from a thread";
+        log::CreateLogger("T" + std::to_string(i % 20), "threads").LogDebug() << number << i << "from a thread";
       }
     });
   }
@@ -62,8 +57,8 @@ void serve_signals() {
   sigemptyset(&terminate);
   sigaddset(&terminate, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &terminate, &open);
-  std::signal(SIGTERM, report_thread);
-  report('.');
+  std::signal(SIGTERM, report);
+  report();
   for (int i = 0; i < 1000; ++i) {
     sigsuspend(&open);
     log::LogDebug() << "signal" << i;
@@ -111,7 +106,7 @@ int main(int, char** arguments) {
     int argument = 0;
     words >> command >> argument;
     obey(command, argument, mode);
-    report('.');
+    report();
   }
   log::LogDebug() << "end";
 }

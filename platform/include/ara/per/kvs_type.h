@@ -43,7 +43,8 @@ class KvsType {
   struct Damage {
     std::string finding;
   };
-  using Content = std::variant<std::vector<std::uint8_t>, std::string, std::int64_t, std::uint64_t, double, bool, Damage>;
+  using Content =
+      std::variant<std::vector<std::uint8_t>, std::string, std::int64_t, std::uint64_t, double, bool, Damage>;
   explicit KvsType(Content content) noexcept;
   template <typename T>
   T const& get() const;

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef TESTS_PLATFORM_PER_MACHINE_H
+#define TESTS_PLATFORM_PER_MACHINE_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <signal.h>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "ara/per/key_value_storage.h"
+#include "platform/src/per/open_stores.h"
+#include "platform/src/per/storage.h"
+#include "platform/src/per/usage_reader.h"
+
+namespace per_test {
+
+namespace per = linux_platform::per;
+
+inline per::No_file_observer no_observer;
+
+/// A storage like KeyValueStorage, with settings, application and observer of the test's choice.
+class Storage final : public ara::per::KeyValueStorageBase {
+ public:
+  explicit Storage(per::Per_settings const& settings, std::string const& application = "app",
+                   std::string const& name = "store", per::File_observer& observer = no_observer)
+      : KeyValueStorageBase(std::make_unique<KeyValueStorageBase::Storage>(
+            per::Open_stores::of_this_process().open(settings, application, name, observer))) {}
+
+  void put(std::string const& key, std::string const& text) { SetValue(key, ara::per::KvsType(text)); }
+  std::string get(std::string const& key) const { return GetValue(key).GetString(); }
+};
+
+/// Where a sync costs nothing.
+inline std::filesystem::path memory_file_system() {
+  return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
+}
+
+/// A machine's root and run directory, in a folder of their own that goes with the object.
+class Machine {
+ public:
+  explicit Machine(std::filesystem::path const& place = memory_file_system()) {
+    std::string pattern = (place / "per_test_XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
+    chmod(folder_.c_str(), 0755);
+    settings.root = folder_ + "/root";
+    settings.run_directory = folder_ + "/run";
+    settings.lock_wait = std::chrono::milliseconds{0};
+    std::filesystem::create_directory(settings.root);
+    std::filesystem::create_directory(settings.run_directory);
+  }
+  ~Machine() {
+    std::error_code error;
+    std::filesystem::remove_all(folder_, error);
+  }
+  Machine(Machine const&) = delete;
+  Machine& operator=(Machine const&) = delete;
+
+  std::string folder() const { return settings.root + "/app"; }
+  std::string file() const { return folder() + "/store.db"; }
+  std::string log() const { return file() + "-wal"; }
+  std::string counters() const { return settings.run_directory + "/app/store.counters"; }
+
+  per::Application_usage usage(std::string const& application = "app") const {
+    for (auto const& each : per::Usage_reader(settings).read().applications) {
+      if (each.application_id == application) {
+        return each;
+      }
+    }
+    ADD_FAILURE() << "no usage of " << application;
+    return {};
+  }
+
+  /// What a restart of the machine leaves.
+  void lose_run_directory() const {
+    std::filesystem::remove_all(settings.run_directory);
+    std::filesystem::create_directory(settings.run_directory);
+  }
+
+  per::Per_settings settings;
+
+ private:
+  std::string folder_;
+};
+
+inline std::string read_file(std::string const& path) {
+  if (!std::filesystem::is_regular_file(path)) {
+    return {};
+  }
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void write_file(std::string const& path, std::string const& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+/// A process of its own. It ends with its function (exit code 0, 1 after an exception) or with the object.
+class Child {
+ public:
+  explicit Child(std::function<void()> const& work) : pid_(fork()) {
+    if (pid_ == 0) {
+      try {
+        work();
+        _exit(0);
+      } catch (std::exception const& e) {
+        std::fprintf(stderr, "child: %s\n", e.what());
+        _exit(1);
+      }
+    }
+  }
+  ~Child() { kill(); }
+  Child(Child const&) = delete;
+  Child& operator=(Child const&) = delete;
+
+  void kill() {
+    if (pid_ > 0) {
+      ::kill(pid_, SIGKILL);
+      exit_code();
+    }
+  }
+  int exit_code() {
+    int status = 0;
+    waitpid(std::exchange(pid_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  pid_t pid_;
+};
+
+/// Lets one process tell another that it got somewhere.
+class Signpost {
+ public:
+  Signpost() {
+    if (pipe(ends_) != 0) {
+      std::abort();
+    }
+  }
+  ~Signpost() {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Signpost(Signpost const&) = delete;
+  Signpost& operator=(Signpost const&) = delete;
+
+  void reach() const { ASSERT_EQ(write(ends_[1], "x", 1), 1); }
+  /// Returns when the other one got there; the test program's time limit bounds it.
+  void wait() const {
+    char byte = 0;
+    ASSERT_EQ(read(ends_[0], &byte, 1), 1);
+  }
+
+ private:
+  int ends_[2]{};
+};
+
+/// The text of the exception of type E that `work` throws.
+template <typename E, typename Work>
+std::string text_of(Work const& work) {
+  try {
+    work();
+  } catch (E const& e) {
+    return e.what();
+  } catch (std::exception const& e) {
+    ADD_FAILURE() << "another exception: " << e.what();
+    return {};
+  }
+  ADD_FAILURE() << "no exception";
+  return {};
+}
+
+}  // namespace per_test
+
+#endif

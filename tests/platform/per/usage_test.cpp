@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the statistics service sees of who reads, writes and sets: from the constructor on, over kills, restarts and
+// losses of the run directory, over several storages and processes of one application.
+#include <fcntl.h>
+
+#include <gmock/gmock.h>
+
+#include "tests/platform/per/machine.h"
+
+namespace {
+
+using per_test::Child;
+using per_test::Machine;
+using per_test::read_file;
+using per_test::Signpost;
+using per_test::Storage;
+using per_test::write_file;
+using per_test::per::Usage;
+using per_test::per::Usage_reader;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+/// Counts by itself what is handed to the medium.
+class Byte_counter final : public per_test::per::File_observer {
+ public:
+  int before(per_test::per::File_operation const& operation) noexcept override {
+    if (operation.kind == per_test::per::File_operation::Kind::write) {
+      bytes += operation.size;
+    }
+    return 0;
+  }
+  std::uint64_t bytes = 0;
+};
+
+class Usage_of_an_application : public testing::Test {
+ protected:
+  /// One run of a process that ends in order, or by SIGKILL after its last commit.
+  void run_process(bool killed, std::function<void()> const& work) const {
+    Signpost done;
+    Child process([&] {
+      work();
+      done.reach();
+      if (killed) {
+        pause();
+      }
+    });
+    done.wait();
+    if (killed) {
+      process.kill();
+    } else {
+      EXPECT_EQ(process.exit_code(), 0);
+    }
+  }
+  void commit_once() const {
+    Storage storage(machine.settings);
+    storage.put("k", "v");
+    storage.SyncToStorage();
+  }
+
+  Machine machine;
+};
+
+TEST_F(Usage_of_an_application, is_seen_from_the_constructor_on_and_counts_every_byte_and_call) {
+  Byte_counter counter;
+  Storage storage(machine.settings, "app", "store", counter);
+  EXPECT_GT(counter.bytes, 0U);
+  EXPECT_EQ(machine.usage().session.write, counter.bytes) << "making the store counts";
+  storage.put("k", "12345");
+  storage.put("k", "123456");
+  EXPECT_EQ(storage.get("k"), "123456");
+  storage.SyncToStorage();
+  EXPECT_EQ(storage.get("k"), "123456");
+  storage.HasKey("k");
+  auto const usage = machine.usage();
+  EXPECT_EQ(usage.session, (Usage{12, counter.bytes, 2}));
+  EXPECT_EQ(usage.total, usage.session);
+}
+
+TEST_F(Usage_of_an_application, does_not_make_who_only_reads_write) {
+  commit_once();
+  Byte_counter counter;
+  auto const before = read_file(machine.file()) + read_file(machine.log());
+  for (int i = 0; i < 3; ++i) {
+    Storage storage(machine.settings, "app", "store", counter);
+    EXPECT_EQ(storage.get("k"), "v");
+    storage.SyncToStorage();
+  }
+  EXPECT_EQ(counter.bytes, 0U);
+  EXPECT_EQ(read_file(machine.file()) + read_file(machine.log()), before);
+}
+
+TEST_F(Usage_of_an_application, loses_nothing_by_a_kill_and_at_most_the_unsettled_by_a_power_cut) {
+  for (bool const killed : {true, false}) {
+    SCOPED_TRACE(killed ? "killed" : "ended");
+    run_process(killed, [&] { commit_once(); });
+    auto const before = machine.usage();
+    run_process(killed, [&] { Storage{machine.settings}; });
+    auto const reopened = machine.usage();
+    EXPECT_EQ(reopened.session.setvalue, 0U) << "another session";
+    EXPECT_EQ(reopened.total, before.total + reopened.session);
+
+    machine.lose_run_directory();
+    auto const after_power_cut = machine.usage();
+    EXPECT_EQ(after_power_cut.session, Usage{});
+    EXPECT_LE(after_power_cut.total.write, before.total.write);
+    EXPECT_EQ(after_power_cut.total.setvalue, before.total.setvalue) << "a set rides in its own commit";
+    run_process(killed, [&] { commit_once(); });
+    auto const next = machine.usage();
+    EXPECT_EQ(next.total, after_power_cut.total + next.session);
+  }
+}
+
+TEST_F(Usage_of_an_application, is_the_sum_over_its_storages_and_living_processes) {
+  auto const use = [&](char const* name, int sets) {
+    Storage storage(machine.settings, "app", name);
+    for (int i = 0; i < sets; ++i) {
+      storage.put("k", "v");
+    }
+    storage.SyncToStorage();
+  };
+  run_process(false, [&] {
+    use("a", 1);
+    use("b", 2);
+  });
+  EXPECT_EQ(machine.usage().session.setvalue, 3U);
+
+  Signpost ready;
+  Signpost end;
+  Child living([&] {
+    Storage storage(machine.settings, "app", "c");
+    storage.put("k", "v");
+    ready.reach();
+    end.wait();
+  });
+  ready.wait();
+  EXPECT_EQ(machine.usage().session.setvalue, 1U) << "a new process begins the session anew, for all storages";
+  run_process(false, [&] {
+    use("a", 10);
+    use("a", 20);
+  });
+  EXPECT_EQ(machine.usage().session.setvalue, 31U) << "beside one that lives, whose counts stay";
+  EXPECT_EQ(machine.usage().total.setvalue, 34U);
+  end.reach();
+}
+
+TEST_F(Usage_of_an_application, survives_whatever_stands_in_the_counters_file) {
+  commit_once();
+  auto const good = read_file(machine.counters());
+  auto const stored = [&] {
+    machine.lose_run_directory();
+    return machine.usage().total;
+  }();
+  for (auto const& content :
+       {std::string(), good.substr(0, 87), good + "x", std::string(88, '\xFF'), std::string(88, '\0')}) {
+    std::filesystem::create_directories(machine.settings.run_directory + "/app");
+    write_file(machine.counters(), content);
+    EXPECT_EQ(machine.usage().total, stored);
+    { Storage{machine.settings}; }
+    EXPECT_EQ(machine.usage().total, stored);
+    EXPECT_THAT(read_file(machine.counters()), SizeIs(good.size()));
+  }
+  auto extreme = good;
+  std::fill(extreme.begin() + 16, extreme.begin() + 40, '\xFF');
+  write_file(machine.counters(), extreme);
+  EXPECT_EQ(machine.usage().total.write, std::numeric_limits<std::uint64_t>::max()) << "stops instead of wrapping";
+}
+
+TEST_F(Usage_of_an_application, starts_over_with_a_store_that_was_made_anew) {
+  commit_once();
+  std::filesystem::remove(machine.file());
+  Storage storage(machine.settings);
+  EXPECT_FALSE(storage.HasKey("k")) << "the log of the old store is not taken for the new one's";
+  EXPECT_EQ(machine.usage().total.setvalue, 0U);
+}
+
+TEST(The_usage_reader, follows_storages_that_come_go_and_break) {
+  Machine machine;
+  Usage_reader reader(machine.settings);
+  EXPECT_THAT(reader.read().applications, SizeIs(0));
+  std::filesystem::create_directory(machine.settings.root + "/%not escaped");
+  mkfifo((machine.settings.root + "/pipe.db").c_str(), 0600);
+  { Storage{machine.settings, "app/1"}; }
+  { Storage{machine.settings, "b"}; }
+  machine.lose_run_directory();
+  auto reading = reader.read();
+  ASSERT_THAT(reading.applications, SizeIs(2));
+  EXPECT_EQ(reading.applications[0].application_id, "app/1");
+  EXPECT_THAT(reading.findings, SizeIs(0));
+
+  auto const broken = machine.settings.root + "/b/broken.db";
+  write_file(broken, "no store");
+  mkfifo((machine.settings.root + "/b/pipe.db").c_str(), 0600);
+  reading = reader.read();
+  EXPECT_THAT(reading.applications, SizeIs(2));
+  ASSERT_THAT(reading.findings, SizeIs(2));
+  EXPECT_THAT(reading.findings[0], testing::AllOf(HasSubstr("broken.db"), HasSubstr("too short")));
+  EXPECT_THAT(reader.read().findings, SizeIs(0)) << "each is told once";
+
+  std::filesystem::remove_all(machine.settings.root + "/b");
+  EXPECT_THAT(reader.read().applications, SizeIs(1));
+  std::filesystem::remove_all(machine.settings.root);
+  EXPECT_THAT(reader.read().findings, SizeIs(1));
+}
+
+TEST(The_usage_reader, opens_each_store_once_and_keeps_no_file_open) {
+  Machine machine;
+  constexpr std::size_t applications = 30;
+  for (std::size_t i = 0; i < applications; ++i) {
+    Storage storage(machine.settings, "app" + std::to_string(i));
+    storage.put("k", "v");
+    storage.SyncToStorage();
+  }
+  machine.lose_run_directory();
+  auto const open_files = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator{});
+  };
+  auto const before = open_files();
+  Usage_reader reader(machine.settings);
+  auto const first = reader.read();
+  EXPECT_EQ(open_files(), before);
+  ASSERT_THAT(first.applications, SizeIs(applications));
+  for (std::size_t i = 0; i < applications; ++i) {
+    // What cannot be read any more proves that it is not read again.
+    std::fstream(machine.settings.root + "/app" + std::to_string(i) + "/store.db", std::ios::in | std::ios::out) << "x";
+  }
+  auto const second = reader.read();
+  EXPECT_THAT(second.findings, SizeIs(0));
+  for (std::size_t i = 0; i < applications; ++i) {
+    EXPECT_EQ(first.applications[i].total.setvalue, 1U);
+    EXPECT_EQ(second.applications[i].total, first.applications[i].total);
+  }
+}
+
+}  // namespace
