@@ -38,11 +38,14 @@ void Tcp_server::accept() {
       return;
     }
     if (error && error != boost::asio::error::connection_aborted) {
-      log_.LogWarn() << "Cannot accept a tester:" << error.message();
+      if (!std::exchange(refused_by_system_, true)) {
+        log_.LogWarn() << "Cannot accept testers:" << error.message();
+      }
       retry_timer_.start(accept_retry, [this] { accept(); });
       return;
     }
     if (!error) {
+      refused_by_system_ = false;
       accepted(std::move(socket));
     }
     accept();

@@ -45,6 +45,8 @@ class Tcp_server {
   Timer retry_timer_;
   std::map<std::uint64_t, Tester> testers_;
   std::uint64_t last_id_ = 0;
+  /// Accepting has been failing since the last tester that was accepted; said once.
+  bool refused_by_system_ = false;
 };
 
 }  // namespace machine::diagnostic_manager::server

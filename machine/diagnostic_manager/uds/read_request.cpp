@@ -51,15 +51,15 @@ std::optional<Read_request::Outcome> Read_request::decide() const {
       return std::nullopt;
     }
     if (auto const* code = std::get_if<Response_code>(&*outcome)) {
-      return Outcome(*code);
+      return std::optional<Outcome>(std::in_place, *code);
     }
     auto const& record = std::get<Bytes>(*outcome);
     if (response.size() + 2 + record.size() > max_response_) {
-      return Outcome(Response_code::response_too_long);
+      return std::optional<Outcome>(std::in_place, Response_code::response_too_long);
     }
     response.u16(identifier).bytes(record);
   }
-  return Outcome(response.take());
+  return std::optional<Outcome>(std::in_place, response.take());
 }
 
 }  // namespace machine::diagnostic_manager::uds

@@ -13,9 +13,8 @@
   1 finally hears WORDS   the next but for acknowledgements and pending responses
   1 reads HEX RESPONSE    asks for identifiers, and what it then finally hears
   1 awaits HEX RESPONSE   the same, again and again until it is heard
-  udp sends HEX / hears WORDS
-  udp awaits HEX WORDS    sends until an answer begins like that
-  17F0 ...                what the service behind the identifier does from now on: a word of the machine's
+  udp sends HEX / hears WORDS / awaits HEX WORDS (with which the answer begins)
+  17F0 WORD / both WORD   what the service behind the identifier does from now on: a word of the machine's
 """
 import time
 
@@ -29,18 +28,21 @@ class Conversation:
         self.machine = machine
         self.testers = {}
         self.last = time.monotonic()
-        self.udp = Discoverer(machine.address)
+        self.udp = Discoverer()
 
-    def play(self, steps):
-        for step in (s.strip() for s in steps.split(";")):
+    def play(self, script):
+        for step in (each.strip() for each in script.split(";")):
             who, what, *words = step.split()
             started = time.monotonic()
-            if who == "udp":
-                self._udp(what, words, step)
-            elif len(who) == 4:
-                self.machine.behave(who, what)
-            else:
-                self._tester(who, what, words, step)
+            try:
+                if who == "udp":
+                    self._udp(what, words)
+                elif len(who) == 4:
+                    self.machine.behave(who, what)
+                else:
+                    self._tester(who, what, words)
+            except AssertionError as failure:
+                raise AssertionError(f"{step}: {failure}") from None
             self.last = started
         for name, tester in self.testers.items():
             tester.socket.setblocking(False)
@@ -54,62 +56,52 @@ class Conversation:
         for each in [*self.testers.values(), self.udp]:
             each.close()
 
-    def _tester(self, name, what, words, step):
+    def _tester(self, name, what, words):
         if what in ("opens", "joins"):
             self.testers[name] = Tester(self.machine.address, 0x0E80 + int(name))
         tester = self.testers[name]
-        data = bytes.fromhex("".join(words[words[:1] == ["all"]:])) if what in ("sends", "drips", "asks") else b""
-        if what == "is":
-            if words[0] == "alive":
-                tester.send(bytes.fromhex(f"02FD000800000002{tester.logical:04X}"))
-            else:
-                tester.logical = int(words[0], 16)
-        elif what in ("activates", "joins"):
+        if what == "joins":
+            tester.join()
+        elif what == "activates":
             tester.activate(int(words[0], 16) if words else 0)
-            if what == "joins":
-                expect(tester.hear(), f"routing {tester.logical:04X} 10", step)
+        elif what == "is" and words[0] == "alive":
+            tester.be_alive()
+        elif what == "is":
+            tester.logical = int(words[0], 16)
         elif what == "sends":
-            tester.send(data)
+            tester.send(bytes.fromhex("".join(words)))
         elif what == "drips":
-            for i in range(len(data)):
-                tester.send(data[i:i + 1])
+            for byte in bytes.fromhex(words[0]):
+                tester.send(bytes([byte]))
         elif what == "asks":
-            tester.ask(data, *[EVERYBODY] * (words[0] == "all"))
+            tester.send(tester.diagnosis(bytes.fromhex(words[-1]), *[EVERYBODY] * (words[0] == "all")))
         elif what in ("leaves", "breaks"):
-            tester.close(abruptly=what == "breaks")
-            del self.testers[name]
+            self.testers.pop(name).close(abruptly=what == "breaks")
         elif what in ("reads", "awaits"):
             identifiers = [int(words[0][i:i + 4], 16) for i in range(0, len(words[0]), 4)]
-            heard = tester.read(identifiers)
-            while what == "awaits" and heard != "uds " + words[1] and time.monotonic() < self.last + LIMIT:
-                heard = tester.read(identifiers)
-            expect(heard, "uds " + words[1], step)
-        elif what == "hears":
-            self._hears(tester, words, step)
+            self._expect(lambda: tester.read(identifiers), "uds " + words[1], what == "awaits")
         elif what == "finally":
-            expect(tester.hear_final(), " ".join(words[1:]), step)
+            self._expect(tester.hear_final, " ".join(words[1:]))
+        elif what == "hears":
+            at_least = int(words[-1]) / 1000 - TOLERANCE if "after" in words else 0
+            self._expect(tester.hear, " ".join(words).split(" after ")[0])
+            assert time.monotonic() - self.last >= at_least, "too soon"
 
-    def _hears(self, tester, words, step):
-        at_least = 0.0
-        if "after" in words:
-            at_least = int(words[-1]) / 1000 - TOLERANCE
-            words = words[:-2]
-        expect(tester.hear(), " ".join(words), step)
-        passed = time.monotonic() - self.last
-        assert at_least <= passed < at_least + LIMIT, f"{step}: after {passed * 1000:.0f} ms"
+    def _udp(self, what, words):
+        def ask():
+            self.udp.send(words[0], self.machine.address)
+            return self.udp.hear()
 
-    def _udp(self, what, words, step):
+        expected = " ".join(words[1:])
         if what == "hears":
-            expect(self.udp.hear(), " ".join(words), step)
+            self._expect(self.udp.hear, " ".join(words))
         elif what == "awaits":
-            heard = ""
-            while not heard.startswith(" ".join(words[1:])) and time.monotonic() < self.last + LIMIT:
-                self.udp.send(bytes.fromhex(words[0]))
-                heard = self.udp.hear()
-            assert heard.startswith(" ".join(words[1:])), f"{step}: heard {heard}"
+            self._expect(lambda: ask()[:len(expected)], expected, True)
         else:
-            self.udp.send(bytes.fromhex("".join(words)))
+            self.udp.send("".join(words), self.machine.address)
 
-
-def expect(heard, expected, step):
-    assert heard == expected, f"{step}: heard {heard}"
+    def _expect(self, hear, expected, again=False):
+        heard = hear()
+        while again and heard != expected and time.monotonic() < self.last + LIMIT:
+            heard = hear()
+        assert heard == expected, f"heard {heard}"

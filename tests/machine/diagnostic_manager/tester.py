@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A tester, played by scapy: what it hears of the diagnostic manager is told in words."""
+"""Testers, played by scapy: what they hear of the diagnostic manager is told in words."""
 import socket
 import struct
 
@@ -12,19 +12,6 @@ from scapy.packet import Raw  # noqa: E402
 
 LIMIT = 10  # seconds for whatever is waited for
 ENTITY, EVERYBODY = 0x1001, 0xE400
-
-
-def activation(address, kind=0, version=2):
-    return bytes(DoIP(protocol_version=version, inverse_version=version ^ 0xFF, payload_type=5,
-                      source_address=address, activation_type=kind))
-
-
-def diagnosis(address, target, data):
-    return bytes(DoIP(payload_type=0x8001, source_address=address, target_address=target) / Raw(data))
-
-
-def read_request(identifiers):
-    return bytes(UDS() / UDS_RDBI(identifiers=identifiers))
 
 
 def describe(message):
@@ -43,11 +30,13 @@ def describe(message):
     }[doip.payload_type]()
 
 
+def read_request(identifiers):
+    return bytes(UDS() / UDS_RDBI(identifiers=identifiers))
+
+
 class Tester:
     def __init__(self, address, logical=0x0E80):
-        self.logical = logical
-        self.buffered = b""
-        self.version = 2
+        self.logical, self.buffered = logical, b""
         self.socket = socket.create_connection((address, 13400), LIMIT)
         self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
 
@@ -63,13 +52,21 @@ class Tester:
             pass  # what has become of the connection is heard
 
     def activate(self, kind=0):
-        self.send(activation(self.logical, kind))
+        self.send(bytes(DoIP(payload_type=5, source_address=self.logical, activation_type=kind)))
 
-    def ask(self, data, target=ENTITY):
-        self.send(diagnosis(self.logical, target, data))
+    def join(self):
+        self.activate()
+        heard = self.hear()
+        assert heard == f"routing {self.logical:04X} 10", heard
+
+    def diagnosis(self, data, target=ENTITY):
+        return bytes(DoIP(payload_type=0x8001, source_address=self.logical, target_address=target) / Raw(data))
+
+    def be_alive(self):
+        self.send(bytes.fromhex(f"02FD000800000002{self.logical:04X}"))
 
     def hear(self):
-        """The next message, or "closed"."""
+        """The next message, "closed", or "nothing"."""
         while len(self.buffered) < 8 or len(self.buffered) < 8 + struct.unpack_from(">I", self.buffered, 4)[0]:
             try:
                 part = self.socket.recv(65536)
@@ -82,34 +79,31 @@ class Tester:
             self.buffered += part
         size = 8 + struct.unpack_from(">I", self.buffered, 4)[0]
         message, self.buffered = self.buffered[:size], self.buffered[size:]
-        self.version = message[0]
         return describe(message)
-
-    def read(self, identifiers):
-        self.ask(read_request(identifiers))
-        return self.hear_final()
 
     def hear_final(self):
         """The next message that is neither an acknowledgement nor a pending response."""
-        while True:
-            heard = self.hear()
-            if not heard.startswith("ack") and heard != "uds 7F2278":
-                return heard
+        while (heard := self.hear()).startswith("ack") or heard == "uds 7F2278":
+            pass
+        return heard
+
+    def read(self, identifiers):
+        self.send(self.diagnosis(read_request(identifiers)))
+        return self.hear_final()
 
 
 class Discoverer:
-    """The tester's side of discovery."""
+    """The tester's side of discovery, hearing what comes to its `own` address."""
 
-    def __init__(self, entity, own=("127.0.0.1", 0)):
-        self.entity = entity
+    def __init__(self, own=("127.0.0.1", 0)):
         self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_BROADCAST, 1)
+        for option in (socket.SO_REUSEADDR, socket.SO_BROADCAST):
+            self.socket.setsockopt(socket.SOL_SOCKET, option, 1)
         self.socket.bind(own)
         self.socket.settimeout(LIMIT)
 
-    def send(self, data, to=None):
-        self.socket.sendto(data, (to or self.entity, 13400))
+    def send(self, data, to):
+        self.socket.sendto(bytes.fromhex(data), (to, 13400))
 
     def hear(self):
         try:

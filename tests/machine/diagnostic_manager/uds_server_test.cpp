@@ -4,7 +4,6 @@
 // fails. Nothing may be said that the conversation does not hold.
 #include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,7 +14,7 @@
 #include "machine/diagnostic_manager/timers/timer_queue.h"
 #include "machine/diagnostic_manager/uds/own_identifiers.h"
 #include "machine/diagnostic_manager/uds/server.h"
-#include "tests/machine/diagnostic_manager/hex.h"
+#include "tests/machine/diagnostic_manager/script.h"
 
 namespace machine::diagnostic_manager::uds {
 namespace {
@@ -47,8 +46,7 @@ class Scripted_identifier final : public Data_identifier_if {
 class Conversation {
  public:
   explicit Conversation(Server::Config const& config)
-      : server_(config, identifiers_, timers_,
-                [this](Bytes const& response) { said_ += "< " + to_hex(response) + "\n"; }) {
+      : server_(config, identifiers_, timers_, [this](Bytes const& response) { said_ += "; < " + to_hex(response); }) {
     identifiers_[0xF186] = std::make_unique<Session_identifier>();
     identifiers_[0xF190] = std::make_unique<Constant_identifier>(Bytes{'V', 'I', 'N'});
     for (std::uint16_t const number : {did_flashwatch_report, did_budget_exceedance}) {
@@ -59,14 +57,14 @@ class Conversation {
   }
 
   /// What is said when the lines that are not the server's are played.
-  std::string play(std::vector<std::string> const& lines) {
-    for (std::string const& line : lines) {
+  std::string play(std::string const& script) {
+    for (std::string const& line : split(script, "; ")) {
       if (line.rfind("< ", 0) != 0) {
-        said_ += line + "\n";
+        said_ += "; " + line;
         perform(line);
       }
     }
-    return said_;
+    return said_.substr(2);
   }
 
   Scripted_identifier& identifier(std::uint16_t number) { return *scripted_.at(number); }
@@ -101,98 +99,68 @@ Server::Config config() {
   return config;
 }
 
-struct Row {
-  char const* name;
-  std::vector<std::string> lines;
-};
-
-void expect_conversations(Server::Config const& config, std::vector<Row> const& rows) {
-  for (Row const& row : rows) {
-    std::string expected;
-    for (std::string const& line : row.lines) {
-      expected += line + "\n";
-    }
-    EXPECT_EQ(Conversation(config).play(row.lines), expected) << row.name;
+void expect_conversations(std::vector<std::string> const& scripts, Server::Config const& with = config()) {
+  for (std::string const& script : scripts) {
+    EXPECT_EQ(Conversation(with).play(script), script);
   }
 }
 
 TEST(TheUdsServer, KeepsSessions) {
-  expect_conversations(
-      config(),
-      {
-          {"sessions are told with the times", {"> 1001", "< 5001003201F4", "> 1003", "< 5003003201F4"}},
-          {"and can be asked for", {"> 22F186", "< 62F18601", "> 1003", "< 5003003201F4", "> 22F186", "< 62F18603"}},
-          {"a wish for silence is respected", {"> 1083", "> 22F186", "< 62F18603", "> 3E80"}},
-          {"but not by a refusal", {"> 1082", "< 7F1012", "> 3E81", "< 7F3E12"}},
-          {"no such session", {"> 1002", "< 7F1012", "F> 1002"}},
-          {"lengths", {"> 10", "< 7F1013", "> 100300", "< 7F1013", "> 3E", "< 7F3E13", "F> 3E0000", "< 7F3E13"}},
-          {"what is wrong first", {"> 100200", "< 7F1012"}},
-          {"presence", {"> 3E00", "< 7E00", "F> 3E00", "< 7E00"}},
-          {"a session ends unless the tester is present",
-           {"> 1083", "after 4999", "> 3E80", "after 4999", "> 22F186", "< 62F18603", "after 5000", "> 22F186",
-            "< 62F18601"}},
-          {"a read holds the session",
-           {"> 1083", "> 2217F2", "after 40", "< 7F2278", "after 5000", "< 7F2278", "17F2 = 01", "< 6217F201",
-            "after 4999", "> 22F186", "< 62F18603"}},
-          {"unknown services", {"> 11", "< 7F1111", "> 190201", "< 7F1911", "F> 2701"}},
-      });
+  expect_conversations({
+      "> 1001; < 5001003201F4; > 1003; < 5003003201F4",
+      "> 22F186; < 62F18601; > 1003; < 5003003201F4; > 22F186; < 62F18603",
+      "> 1083; > 22F186; < 62F18603; > 3E80",
+      "> 1082; < 7F1012; > 3E81; < 7F3E12",
+      "> 1002; < 7F1012; F> 1002",
+      "> 10; < 7F1013; > 100300; < 7F1013; > 3E; < 7F3E13; F> 3E0000; < 7F3E13",
+      "> 100200; < 7F1012",
+      "> 3E00; < 7E00; F> 3E00; < 7E00",
+      "> 1083; after 4999; > 3E80; after 4999; > 22F186; < 62F18603; after 5000; > 22F186; < 62F18601",
+      "> 1083; > 2217F2; after 40; < 7F2278; after 5000; < 7F2278; 17F2 = 01; < 6217F201; after 4999; > "
+      "22F186; < 62F18603",
+      "> 11; < 7F1111; > 190201; < 7F1911; F> 2701",
+  });
 }
 
 TEST(TheUdsServer, ReadsIdentifiers) {
-  expect_conversations(
-      config(),
-      {
-          {"one", {"> 2217F0", "17F0 = 0102", "< 6217F00102"}},
-          {"several, in the order of the request",
-           {"> 2217F217F0F190", "17F0 = 0102", "17F2 = 01", "< 6217F20117F00102F19056494E"}},
-          {"one twice", {"> 22F190F190", "< 62F19056494EF19056494E"}},
-          {"unknown ones are left out", {"> 22FFFFF1901234", "< 62F19056494E"}},
-          {"nothing known", {"> 221234", "< 7F2231", "F> 221234"}},
-          {"lengths", {"> 22", "< 7F2213", "> 2217", "< 7F2213", "> 2217F017", "< 7F2213"}},
-          {"as many as may be, and one more",
-           {"> 22FFFFFFFFF190", "< 62F19056494E", "> 22FFFFFFFFFFFFF190", "< 7F2213"}},
-          {"a record that just fits",
-           {"> 2217F0", "17F0 = 0102030405060708090A0B0C0D0E0F1011", "< 6217F00102030405060708090A0B0C0D0E0F1011"}},
-          {"one byte more", {"> 2217F0", "17F0 = 0102030405060708090A0B0C0D0E0F101112", "< 7F2214"}},
-          {"too long only together", {"> 2217F0F190", "17F0 = 0102030405060708090A0B0C0D0E", "< 7F2214"}},
-          {"a failure refuses all", {"> 22F19017F0", "17F0 ! 22", "< 7F2222"}},
-          {"the first failure in order decides", {"> 2217F017F2", "17F2 ! 22", "17F0 ! 11", "< 7F2211"}},
-          {"at once when nothing before it is open",
-           {"> 2217F017F2", "17F0 ! 11", "< 7F2211", "> 2217F2", "17F2 = 00", "< 6217F200"}},
-          {"a service's 0x11 stays unsaid to one of all", {"F> 2217F0", "17F0 ! 11"}},
-          {"another code does not", {"F> 2217F0", "17F0 ! 22", "< 7F2222"}},
-      });
+  expect_conversations({
+      "> 2217F0; 17F0 = 0102; < 6217F00102",
+      "> 2217F217F0F190; 17F0 = 0102; 17F2 = 01; < 6217F20117F00102F19056494E",
+      "> 22F190F190; < 62F19056494EF19056494E",
+      "> 22FFFFF1901234; < 62F19056494E",
+      "> 221234; < 7F2231; F> 221234",
+      "> 22; < 7F2213; > 2217; < 7F2213; > 2217F017; < 7F2213",
+      "> 22FFFFFFFFF190; < 62F19056494E; > 22FFFFFFFFFFFFF190; < 7F2213",
+      "> 2217F0; 17F0 = 0102030405060708090A0B0C0D0E0F1011; < 6217F00102030405060708090A0B0C0D0E0F1011",
+      "> 2217F0; 17F0 = 0102030405060708090A0B0C0D0E0F101112; < 7F2214",
+      "> 2217F0F190; 17F0 = 0102030405060708090A0B0C0D0E; < 7F2214",
+      "> 22F19017F0; 17F0 ! 22; < 7F2222",
+      "> 2217F017F2; 17F2 ! 22; 17F0 ! 11; < 7F2211",
+      "> 2217F017F2; 17F0 ! 11; < 7F2211; > 2217F2; 17F2 = 00; < 6217F200",
+      "F> 2217F0; 17F0 ! 11",
+      "F> 2217F0; 17F0 ! 22; < 7F2222",
+  });
 }
 
 TEST(TheUdsServer, BridgesSlowReads) {
-  expect_conversations(
-      config(), {
-                    {"pending before the time is up, then the answer",
-                     {"> 2217F0", "after 39", "after 1", "< 7F2278", "after 3999", "after 1", "< 7F2278", "17F0 = 01",
-                      "< 6217F001", "after 9999"}},
-                    {"the limit",
-                     {"> 2217F0", "after 40", "< 7F2278", "after 4000", "< 7F2278", "after 4000", "< 7F2210",
-                      "17F0 = 01", "> 22F186", "< 62F18601"}},
-                    {"after a pending, one of all says everything",
-                     {"F> 2217F0", "after 40", "< 7F2278", "17F0 ! 11", "< 7F2211"}},
-                    {"and the next request is silent again",
-                     {"F> 2217F0", "after 40", "< 7F2278", "17F0 ! 11", "< 7F2211", "F> 221234"}},
-                    {"busy meanwhile, but for a silent presence",
-                     {"> 2217F0", "> 22F190", "< 7F2221", "> 3E80", "> 3E00", "< 7F3E21", "17F0 = 01", "< 6217F001"}},
-                });
+  expect_conversations({
+      "> 2217F0; after 39; after 1; < 7F2278; after 3999; after 1; < 7F2278; 17F0 = 01; < 6217F001; after 9999",
+      "> 2217F0; after 40; < 7F2278; after 4000; < 7F2278; after 4000; < 7F2210; 17F0 = 01; > 22F186; < 62F18601",
+      "F> 2217F0; after 40; < 7F2278; 17F0 ! 11; < 7F2211; F> 221234",
+      "> 2217F0; > 22F190; < 7F2221; > 3E80; > 3E00; < 7F3E21; 17F0 = 01; < 6217F001",
+  });
 }
 
 TEST(TheUdsServer, RefusesReadsInTheDefaultSessionIfConfigured) {
   Server::Config strict = config();
   strict.read_needs_extended_session = true;
-  expect_conversations(strict, {{"",
-                                 {"> 22F190", "< 7F227F", "F> 22F190", "> 1083", "> 22F190", "< 62F19056494E", "> 1081",
-                                  "> 22F190", "< 7F227F"}}});
+  expect_conversations({"> 22F190; < 7F227F; F> 22F190; > 1083; > 22F190; < 62F19056494E; > 1081; > 22F190; < 7F227F"},
+                       strict);
 }
 
 TEST(TheUdsServer, ReadsEachIdentifierOnceForARequest) {
   Conversation conversation(config());
-  conversation.play({"> 2217F017F217F0"});
+  conversation.play("> 2217F017F217F0");
   EXPECT_EQ(conversation.identifier(0x17F0).started, 1);
   EXPECT_EQ(conversation.identifier(0x17F2).started, 1);
 }
