@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/com/discovery/engine.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/src/com/discovery/matching.h"
@@ -73,6 +74,7 @@ std::vector<Found> Engine::live(Service_key const& wanted) const {
   auto found = local_.matching(wanted);
   auto const remote = remote_.matching(wanted);
   found.insert(found.end(), remote.begin(), remote.end());
+  std::sort(found.begin(), found.end(), [](Found const& a, Found const& b) { return a.key < b.key; });
   return found;
 }
 

@@ -35,7 +35,7 @@ class Engine final {
   void withdraw(Service_key const& key);
   /// See Discovery::find; wanted.minor is any_minor.
   void find(Time now, Service_key const& wanted, std::chrono::milliseconds window, Searches::Callback callback);
-  /// Every live offer, the own ones first.
+  /// Every live offer, own and remote, in the order of the keys.
   std::vector<Found> live(Service_key const& wanted) const;
   /// Withdraws every offer and ends every search.
   void stop();

@@ -2,6 +2,7 @@
 // What a node says and when, and what it believes of others, in scripted time.
 #include "platform/src/com/discovery/engine.h"
 
+#include <map>
 #include <string>
 #include <utility>
 
@@ -173,6 +174,7 @@ TEST_F(An_engine, TakesEntriesForWhatTheyAreWorth) {
   std::string const ids = " 00 01 01 00 00 03 00 00 00 00 00 00 00 0C ";
   std::string const tcp = "00 09 04 00 C0 00 02 0A 00 06 77 2D";
   std::string const find_it = "00 00 00 00 60 01" + ids + "00 09 24 00 C0 00 02 ";
+  std::string const stop = "01 00 00 00 60 02 00 01 01 00 00 00 00 00 00 00 00 00 00 00";
   std::string const subscribe = "06 05 00 10 60 01 00 01 01 00 00 03 00 83 00 09 00 00 00 0C " + tcp;
   engine_.offer(now_, statistics, own_endpoint);
   advance(5s);
@@ -181,11 +183,7 @@ TEST_F(An_engine, TakesEntriesForWhatTheyAreWorth) {
   for (auto const& c : {
            Case{"an offer partly behind the last option", Path::multicast, "01 00 05 11 60 02" + ids + tcp, {}, ""},
            Case{"an offer", Path::multicast, "01 00 00 10 60 02" + ids + tcp, {"+24578:30509"}, ""},
-           Case{"a stop without endpoint",
-                Path::multicast,
-                "01 00 00 00 60 02 00 01 01 00 00 00 00 00 00 00 00 00 00 00",
-                {"-24578"},
-                ""},
+           Case{"a stop without endpoint", Path::multicast, stop, {"-24578"}, ""},
            Case{"an offer of any instance", Path::multicast, "01 00 00 10 60 02 FF FF" + ids.substr(6) + tcp, {}, ""},
            Case{"a find behind the last option", Path::unicast, "00 05 00 10 60 01" + ids + tcp, {}, ""},
            Case{"a find with an endpoint", Path::unicast, "00 00 00 10 60 01" + ids + tcp, {}, "192.0.2.10:30490"},
@@ -337,12 +335,14 @@ TEST_F(An_engine, EndsASearchWithTheFirstOfferAndAnswersFromLiveOnes) {
 
 TEST_F(An_engine, FindsItsOwnOffersAndEndsSearchesWhenItStops) {
   search();
-  engine_.offer(now_, statistics, own_endpoint);
+  engine_.offer(now_, {0x6001, 2, 1, 0}, own_endpoint);
   EXPECT_EQ(found_, std::vector<std::size_t>{1});
+  receive({offer(statistics)});
+  EXPECT_EQ(engine_.live({0x6001, any_instance, 1, any_minor}).at(0).key, statistics) << "in the order of the keys";
   search(report);
   engine_.stop();
   EXPECT_EQ(found_, (std::vector<std::size_t>{1, 0}));
-  EXPECT_EQ(take_events(), (Events{"+24577:30501", "-24577"}));
+  EXPECT_EQ(take_events(), (Events{"+24577:30501", "+24577:30509", "-24577"}));
 }
 
 TEST_F(An_engine, SaysOnceThatALimitIsReached) {
