@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -59,7 +60,7 @@ struct Endpoint {
 
 std::uint16_t free_port() {
   Endpoint probe;
-  bind(probe.socket, probe.get(), probe.size);
+  (void)bind(probe.socket, probe.get(), probe.size);
   getsockname(probe.socket, probe.get(), &probe.size);
   close(probe.socket);
   return ntohs(probe.address.sin_port);
@@ -84,8 +85,8 @@ void Dlt_daemon::start(int context_level) {
                                           << "ControlSocketPath = " << directory_ << "/control.sock\n"
                                           << "PersistanceStoragePath = " << directory_ << "\n"
                                           << "BindAddress = ::ffff:127.0.0.1\nContextLogLevel = " << context_level;
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
     throw std::runtime_error("no pipe");
   }
   output_ = ends[0];
@@ -104,7 +105,7 @@ void Dlt_daemon::start(int context_level) {
   Endpoint client;
   client.address.sin_port = htons(port_);
   client_ = client.socket;
-  connect(client_, client.get(), client.size);
+  (void)connect(client_, client.get(), client.size);
 }
 
 void Dlt_daemon::stop() {
@@ -124,7 +125,7 @@ void Dlt_daemon::set_level(std::string_view application, std::string_view contex
   std::ostringstream command;
   command << "dlt-control -p " << port_ << " -a " << application << " -c " << context << " -l " << level
           << " 127.0.0.1 >" << directory_ << "/control.out 2>&1";
-  if (std::system(command.str().c_str()) != 0) {
+  if (std::system(command.str().c_str()) != 0) {  // NOLINT(cert-env33-c): words of the test alone
     throw std::runtime_error("failed: " + command.str());
   }
 }

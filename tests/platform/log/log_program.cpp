@@ -38,6 +38,7 @@ void log_types() {
 
 void log_from_threads() {
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([number] {
       for (int i = 0; i < 250; ++i) {
@@ -57,7 +58,7 @@ void serve_signals() {
   sigemptyset(&terminate);
   sigaddset(&terminate, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &terminate, &open);
-  std::signal(SIGTERM, report);
+  (void)std::signal(SIGTERM, report);
   report();
   for (int i = 0; i < 1000; ++i) {
     sigsuspend(&open);

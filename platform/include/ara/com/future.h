@@ -50,52 +50,53 @@ class Future_state {
  public:
   void set_value(Stored value) {
     std::unique_lock<std::mutex> const lock(mutex_);
-    refuse_second_result();
+    take_place();
     value_.emplace(std::move(value));
-    ready_.notify_all();
+    completed_.notify_all();
   }
 
   void set_exception(std::exception_ptr error) {
     std::unique_lock<std::mutex> const lock(mutex_);
-    refuse_second_result();
+    take_place();
     error_ = std::move(error);
-    ready_.notify_all();
+    completed_.notify_all();
   }
 
   bool is_ready() const {
     std::unique_lock<std::mutex> const lock(mutex_);
-    return has_result();
+    return complete_;
   }
 
   void wait() const {
     std::unique_lock<std::mutex> lock(mutex_);
-    ready_.wait(lock, [this] { return has_result(); });
+    completed_.wait(lock, [this] { return complete_; });
   }
 
   bool wait_until(std::chrono::steady_clock::time_point until) const {
     std::unique_lock<std::mutex> lock(mutex_);
-    return ready_.wait_until(lock, until, [this] { return has_result(); });
+    return completed_.wait_until(lock, until, [this] { return complete_; });
   }
 
   /// Moves the value out or throws the exception; the result must be there.
   Stored take() {
     std::unique_lock<std::mutex> const lock(mutex_);
-    if (error_) {
-      std::rethrow_exception(error_);
+    if (error_ != nullptr) {
+      // The exception goes with the thread that catches it; the other end keeps no hold of it.
+      std::rethrow_exception(std::exchange(error_, nullptr));
     }
     return std::move(*value_);
   }
 
  private:
-  bool has_result() const { return value_.has_value() || error_ != nullptr; }
-  void refuse_second_result() const {
-    if (has_result()) {
+  void take_place() {
+    if (std::exchange(complete_, true)) {
       throw std::future_error(std::future_errc::promise_already_satisfied);
     }
   }
 
   mutable std::mutex mutex_;
-  mutable std::condition_variable ready_;
+  mutable std::condition_variable completed_;
+  bool complete_ = false;
   std::optional<Stored> value_;
   std::exception_ptr error_;
 };

@@ -13,11 +13,16 @@ namespace ara::log {
 /// Registers the process with the log and opens its sinks. Called once, from the main thread, before any thread is
 /// started; records written before it are not lost but follow once it returns, up to a fixed number.
 ///
-/// `application_id` is one to four ASCII characters. `mode` is kRemote (DLT), kConsole (standard output) or both;
+/// `application_id` is one to four visible ASCII characters; another one is mended, with one line on standard error, as
+/// is a context id. `mode` is kRemote (DLT), kConsole (standard output) or both;
 /// kFile is not available on this platform: it is refused with one line on standard error and the other modes are
 /// used. `directory_path` belongs to kFile and is ignored.
 ///
-/// Never blocks on an absent log daemon or a full console. Threads that the log library starts block all signals.
+/// At exit what DLT has not taken yet is delivered, as long as its daemon takes it; without one the process just ends.
+/// Destructors of objects that were static before this call run later: their records reach the console only.
+///
+/// Never blocks on an absent log daemon or a full console. A second call is refused with one line on standard error.
+/// Threads that the log library starts block all signals.
 void InitLogging(std::string application_id, std::string application_description, LogLevel default_level, LogMode mode,
                  std::string directory_path);
 

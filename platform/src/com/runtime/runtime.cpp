@@ -37,24 +37,32 @@ std::shared_ptr<Service_deployment const> Runtime::deployment(std::string const&
   return position->second;
 }
 
-// Runs a function on the I/O thread and waits for it. False, and nothing done, once the runtime has ended.
-bool Runtime::on_io_thread(std::function<void()> const& function) {
-  std::packaged_task<void()> task(function);
-  auto done = task.get_future();
+// Runs a function on the I/O thread and waits for it. The result says what went wrong there; empty when nothing did.
+std::string Runtime::on_io_thread(std::function<void()> const& function) {
+  // Shared, for the I/O thread may still be inside when the result has arrived here.
+  auto const done = std::make_shared<std::promise<std::string>>();
+  auto trouble = done->get_future();
   {
     std::lock_guard<std::mutex> const lock(stopping_);
     if (stopped_) {
-      return false;
+      return "the communication runtime has ended";
     }
-    boost::asio::post(io_, std::move(task));
+    boost::asio::post(io_, [done, &function] {
+      std::string trouble_there;
+      try {
+        function();
+      } catch (std::exception const& error) {
+        trouble_there = error.what();
+      }
+      done->set_value(trouble_there);
+    });
   }
-  done.get();
-  return true;
+  return trouble.get();
 }
 
 void Runtime::offer(std::shared_ptr<Offered_service> const& service) {
   Service_key const key = service->key();
-  bool const done = on_io_thread([&] {
+  std::string const trouble = on_io_thread([&] {
     server_.open(service);
     try {
       discovery_->offer(key, {settings_.address, service->port()});
@@ -63,9 +71,9 @@ void Runtime::offer(std::shared_ptr<Offered_service> const& service) {
       throw;
     }
   });
-  if (!done) {
-    throw std::runtime_error("cannot offer " + service->deployment().interface +
-                             ": the communication runtime has ended");
+  if (!trouble.empty()) {
+    throw std::runtime_error("cannot offer " + service->deployment().interface + " at " +
+                             settings_.address.to_string() + ":" + std::to_string(service->port()) + ": " + trouble);
   }
   comm_log().LogInfo() << "Offered" << service->deployment().interface << "instance" << key.instance << "at"
                        << settings_.address.to_string() << "port" << service->port();
@@ -85,13 +93,14 @@ std::vector<std::uint16_t> Runtime::find(Service_deployment const& service, std:
   if (!instances.empty()) {
     return instances;
   }
-  std::promise<std::vector<Found>> answer;
-  auto found = answer.get_future();
-  bool const asked = on_io_thread([&] {
+  auto const answer = std::make_shared<std::promise<std::vector<Found>>>();
+  auto found = answer->get_future();
+  std::string const trouble = on_io_thread([&] {
     discovery_->find(service.id, instance, service.major, settings_.discovery.find_window,
-                     [&answer](std::vector<Found> offers) { answer.set_value(std::move(offers)); });
+                     [answer](std::vector<Found> offers) { answer->set_value(std::move(offers)); });
   });
-  if (!asked) {
+  if (!trouble.empty()) {
+    comm_log().LogWarn() << "Cannot search" << service.interface << ":" << trouble;
     return instances;
   }
   // Discovery calls back when the window is over at the latest, and when it ends.

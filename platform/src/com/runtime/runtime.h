@@ -62,7 +62,7 @@ class Runtime final {
   void stop() noexcept;
 
  private:
-  bool on_io_thread(std::function<void()> const& function);
+  std::string on_io_thread(std::function<void()> const& function);
 
   Settings const settings_;
   Remote_services remote_;

@@ -29,12 +29,10 @@ Server::~Server() { workers_.stop(); }
 
 void Server::open(std::shared_ptr<Offered_service> const& service) {
   std::uint16_t const port = service->port();
-  std::string const what = "cannot offer " + service->deployment().interface + " at " + address_.to_string() + ":" +
-                           std::to_string(port) + ": ";
   {
     std::lock_guard<std::mutex> const lock(mutex_);
     if (services_.count({port, service->key().service}) != 0) {
-      throw std::runtime_error(what + "an instance of it is offered there already");
+      throw std::runtime_error("an instance of it is offered there already");
     }
   }
   if (acceptors_.count(port) == 0) {
@@ -46,7 +44,7 @@ void Server::open(std::shared_ptr<Offered_service> const& service) {
       acceptor->start();
       acceptors_[port] = acceptor;
     } catch (boost::system::system_error const& error) {
-      throw std::runtime_error(what + error.code().message());
+      throw std::runtime_error(error.code().message());
     }
   }
   service->open();

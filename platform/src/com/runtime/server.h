@@ -32,8 +32,7 @@ class Server final {
   Server& operator=(Server const&) = delete;
 
   /// Listens at the service's port, if nothing else does so already, and lets calls in. Called on the thread of `io`.
-  /// std::runtime_error naming the service, the address and the port when the port cannot be had or carries another
-  /// instance of the same interface.
+  /// std::runtime_error when the port cannot be had or carries an instance of the same interface already.
   void open(std::shared_ptr<Offered_service> const& service);
 
   /// Forgets the service; from now on its requests are answered with an error. The port is closed when it carries no
