@@ -4,7 +4,6 @@
 //   persistency_steps put FIRST COUNT [REPEAT]   sets COUNT keys from number FIRST and syncs, REPEAT times
 //   persistency_steps read                       reads every value
 #include <array>
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -62,7 +61,7 @@ int main(int argc, char** argv) {
   try {
     return run(argc, argv);
   } catch (std::exception const& e) {
-    std::fprintf(stderr, "persistency_steps: %s\n", e.what());
+    std::cerr << "persistency_steps: " << e.what() << "\n";
     return 1;
   }
 }

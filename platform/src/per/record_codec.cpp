@@ -154,7 +154,7 @@ std::variant<KvsType, std::string> Record_codec::decode(std::string_view key, st
   return Kvs_type_access::make(std::move(*value));
 }
 
-std::size_t Record_codec::content_size(KvsType const& value) noexcept {
+std::size_t Record_codec::content_size(KvsType const& value) {
   return std::visit(Size_of_content{}, Kvs_type_access::content(value));
 }
 

@@ -31,7 +31,7 @@ struct Record_codec {
   static std::variant<ara::per::KvsType, std::string> decode(std::string_view key, std::uint8_t const* record,
                                                              std::size_t size);
   /// Bytes of a value's content as they stand in a record; 0 for a damaged value.
-  static std::size_t content_size(ara::per::KvsType const& value) noexcept;
+  static std::size_t content_size(ara::per::KvsType const& value);
 };
 
 }  // namespace linux_platform::per

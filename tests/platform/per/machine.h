@@ -2,13 +2,15 @@
 #ifndef TESTS_PLATFORM_PER_MACHINE_H
 #define TESTS_PLATFORM_PER_MACHINE_H
 
+#include <array>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <iterator>
 #include <memory>
-#include <signal.h>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -113,7 +115,7 @@ class Child {
         work();
         _exit(0);
       } catch (std::exception const& e) {
-        std::fprintf(stderr, "child: %s\n", e.what());
+        std::cerr << "child: " << e.what() << std::endl;
         _exit(1);
       }
     }
@@ -142,7 +144,7 @@ class Child {
 class Signpost {
  public:
   Signpost() {
-    if (pipe(ends_) != 0) {
+    if (pipe(ends_.data()) != 0) {
       std::abort();
     }
   }
@@ -161,7 +163,7 @@ class Signpost {
   }
 
  private:
-  int ends_[2]{};
+  std::array<int, 2> ends_{};
 };
 
 /// The text of the exception of type E that `work` throws.
