@@ -5,6 +5,7 @@
 """
 import contextlib
 import itertools
+import json
 import pathlib
 import socket
 import sys
@@ -44,24 +45,16 @@ BEHAVIOURS = {
 
 
 def manifest(**changes):
-    services = {}
-    for number, name, port in ((24592, "d_17f0::DataIdentifier_FlashwatchReport", 30510),
-                               (24594, "d_17f2::DataIdentifier_EMMCBudgetExceedance", 30511)):
-        services["halden::services::diag::" + name] = {
-            "service_id": number, "major_version": 1, "minor_version": 0, "string_encoding": "utf8_bom",
-            "instances": {"flashwatch_diagnostics": {"id": 1, "port": port}}}
-    diagnostics = {"vin": VIN, "eid": "02:00:00:00:00:01", "gid": "02:00:00:00:00:02", "logical_address": 0x1001,
-                   "functional_address": 0xE400, "testers": 2, "limits": LIMITS, "timers": TIMERS,
-                   "activation_types": {"0": "open", "1": "authentication", "2": "tls", "3": "rejected",
-                                        "4": "confirmation"}}
-    return {
-        "processes": {"diagnostic_manager": {"address": HERE, "application_id": "diagnostic_manager"}},
-        "persistency": {"root": "/nonexistent", "run_directory": "/nonexistent",
-                        "default_budget": {"soft": 1, "hard": 2}},
-        "communication": {"discovery": {"group": GROUP, "port": 30490, "find_window_ms": 200},
-                          "limits": {"response_time_ms": 3000}, "services": services},
-        "diagnostics": {**diagnostics, **changes},
-    }
+    """The machine's own, with addresses and times of the test's."""
+    made = json.loads((pathlib.Path(__file__).parents[3] / "machine/etc/machine.json").read_text())
+    made["processes"]["diagnostic_manager"]["address"] = HERE
+    made["communication"]["discovery"]["group"] = GROUP
+    made["communication"]["limits"]["response_time_ms"] = 3000
+    made["diagnostics"].update({"gid": "02:00:00:00:00:02", "testers": 2, "limits": LIMITS, "timers": TIMERS,
+                                "activation_types": {"0": "open", "1": "authentication", "2": "tls", "3": "rejected",
+                                                     "4": "confirmation"}})
+    made["diagnostics"].update(changes)
+    return made
 
 
 class Machine:

@@ -2,7 +2,7 @@
 #ifndef TESTS_MACHINE_DIAGNOSTIC_MANAGER_SCRIPT_H
 #define TESTS_MACHINE_DIAGNOSTIC_MANAGER_SCRIPT_H
 
-#include <cctype>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -10,15 +10,12 @@
 
 namespace machine::diagnostic_manager {
 
-/// Pairs of hexadecimal digits; anything else between them means nothing.
-inline Bytes from_hex(std::string const& text) {
-  std::string digits;
-  for (char const letter : text) {
-    digits.append(std::isxdigit(static_cast<unsigned char>(letter)) != 0 ? 1 : 0, letter);
-  }
+/// Pairs of hexadecimal digits, with blanks between them or without.
+inline Bytes from_hex(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
   Bytes bytes;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+    bytes.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
   }
   return bytes;
 }

@@ -75,7 +75,7 @@ class Conversation {
       now_ += std::chrono::milliseconds(std::stoi(line.substr(6)));
       timers_.run_due();
     } else if (auto const sent = line.find("> "); sent != std::string::npos) {
-      server_.request(from_hex(line.substr(sent)), sent == 0 ? Addressing::physical : Addressing::functional);
+      server_.request(from_hex(line.substr(sent + 2)), sent == 0 ? Addressing::physical : Addressing::functional);
     } else {
       Bytes const rest = from_hex(line.substr(6));
       auto& read = *scripted_.at(static_cast<std::uint16_t>(std::stoi(line.substr(0, 4), nullptr, 16)));
