@@ -39,7 +39,7 @@ TEST_F(APersistentStorage, WritesARecordOf32Bytes) {
 TEST_F(APersistentStorage, ReadsARecordAndIgnoresItsReservedBytes) {
   EXPECT_FALSE(storage_.read("nav").has_value());
   auto bytes = bytes_;
-  bytes.back() = 0xAA;
+  bytes.at(31) = 0xAA;
   store(KvsType(bytes.data(), bytes.size()));
   auto const entry = storage_.read("nav");
   ASSERT_TRUE(entry.has_value());
