@@ -40,7 +40,8 @@ def options_of(arguments):
 
 def job_of(options, say):
     if options.years:
-        return lambda machine: jobs.years(machine, options.years, faketime.clock_of, say)
+        return lambda machine: jobs.years(
+            machine, options.years, lambda year: faketime.clock_of(year, options.programs), say)
     return jobs.once if options.once else lambda machine: jobs.until_asked_to_stop(machine, say)
 
 

@@ -11,10 +11,16 @@ DAYS_OF_A_SHIFT = 366
 MAX_YEARS = 100
 
 
-def clock_of(year):
+# Of this repository: keeps libfaketime away from timers.
+KERNEL_TIMERS = "libkernel_timers.so"
+
+
+def clock_of(year, programs):
     """The environment in which it is the year-th year, the first being the present one. Waiting takes its time as ever."""
+    timers = programs / KERNEL_TIMERS
     library = pathlib.Path("/usr/lib", sysconfig.get_config_var("MULTIARCH"), "faketime/libfaketime.so.1")
-    if not library.exists():
-        raise MachineError(f"{library} is not there: the package libfaketime is not installed")
-    return {"LD_PRELOAD": str(library), "FAKETIME": f"+{DAYS_OF_A_SHIFT * (year - 1)}d",
+    for file, origin in (timers, "the build is incomplete"), (library, "the package libfaketime is not installed"):
+        if not file.exists():
+            raise MachineError(f"{file} is not there: {origin}")
+    return {"LD_PRELOAD": f"{timers} {library}", "FAKETIME": f"+{DAYS_OF_A_SHIFT * (year - 1)}d",
             "FAKETIME_DONT_FAKE_MONOTONIC": "1"}

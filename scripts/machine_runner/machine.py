@@ -5,6 +5,7 @@ import os
 import re
 import shlex
 import shutil
+import time
 
 import dlt
 import surroundings
@@ -16,6 +17,8 @@ STATISTICS = "persistency_statistics"
 WATCHER = "flashwatch"
 DIAGNOSTICS = "diagnostic_manager"
 READER = "flashwatch_read"
+READ_LIMIT_S = 5
+READ_PAUSE_S = 0.1
 READER_HAS_READ = (0, 3)  # its exit codes; 3: a budget is exceeded
 
 # The watcher's last statistics may wait for an answer until the communication's response time limit.
@@ -184,7 +187,17 @@ class Machine:
                 self._show(f"{name} ready: process {self._started[name].pid}, {address}")
 
     def _read(self, *options):
-        """The reader's exit code and output."""
+        """The reader's exit code and output; of several attempts when the first come to nothing, because the
+        diagnostic manager may not have heard of the watcher's services yet."""
+        end = time.monotonic() + min(READ_LIMIT_S, self._ready_limit_s)
+        while True:
+            code, lines = self._read_once(*options)
+            pause = time.monotonic() + READ_PAUSE_S
+            if code in READER_HAS_READ or pause >= end:
+                return code, lines
+            self._supervisor.wait(lambda: time.monotonic() >= pause, f"the next start of {READER}", poll=True)
+
+    def _read_once(self, *options):
         reader = self._supervisor.start(READER, [*self.reader_command(), *options],
                                         dict(os.environ, ARA_PROCESS=READER), self._directory / f"log/{READER}.log",
                                         may_end=True)
