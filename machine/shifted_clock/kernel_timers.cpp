@@ -7,8 +7,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-extern "C" __attribute__((visibility("default"))) int timerfd_settime(int descriptor, int flags,
-                                                                      itimerspec const* value,
-                                                                      itimerspec* previous) noexcept {
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the header's names are reserved
+extern "C" int timerfd_settime(int descriptor, int flags, itimerspec const* value, itimerspec* previous) noexcept {
   return static_cast<int>(syscall(SYS_timerfd_settime, descriptor, flags, value, previous));
 }

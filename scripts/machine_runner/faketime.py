@@ -7,7 +7,7 @@ from errors import MachineError
 
 # Of 365.2425 days a year has, so that each shift completes a year wherever in a day the first one began.
 DAYS_OF_A_SHIFT = 366
-# Beyond, the days by which the shifts are longer could make a year of their own, or the service's 32 bits of seconds end.
+# The service counts seconds with 32 bits, 136 years, and the surplus of the shifts must stay below a year.
 MAX_YEARS = 100
 
 
@@ -16,7 +16,7 @@ KERNEL_TIMERS = "libkernel_timers.so"
 
 
 def clock_of(year, programs):
-    """The environment in which it is the year-th year, the first being the present one. Waiting takes its time as ever."""
+    """The environment in which it is the year-th year, the present one being the first. Waiting is not shortened."""
     timers = programs / KERNEL_TIMERS
     library = pathlib.Path("/usr/lib", sysconfig.get_config_var("MULTIARCH"), "faketime/libfaketime.so.1")
     for file, origin in (timers, "the build is incomplete"), (library, "the package libfaketime is not installed"):

@@ -33,7 +33,8 @@ def years(machine, count, clock_of, say):
         machine.stop()
         for name in machine.applications:
             in_use = machine.years_in_use.get(name)
-            limit, written = (f"{figures[name][key]:,}" if name in figures else "?" for key in ("soft_limit", "total_write"))
+            limit, written = (f"{figures[name][key]:,}" if name in figures else "?"
+                              for key in ("soft_limit", "total_write"))
             say(f"{year:>4}  {name:{width}}  {in_use or '?':>12}  {limit:>18}  {written:>24}")
             if in_use != year:
                 machine.fail(f"{name} should be in use for {year} years now")

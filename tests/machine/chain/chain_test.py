@@ -83,11 +83,11 @@ class Chain(unittest.TestCase):
         for name in ("media", "tripmeter", "flashwatch"):  # navigation may write between the two readings
             session, total, _ = self.counters_of(name)
             budgets = self.manifest["persistency"]
-            limit = budgets["budgets"].get(name, {"soft": budgets["default_budget"]["soft"]})["soft"]
+            limit = budgets["budgets"].get(name, budgets["default_budget"])["soft"]
             seen = figures[name]
             self.assertEqual([seen[key] for key in ("session_write", "total_write", "soft_limit", "left", "over_by")],
                              [session, total, limit, max(0, limit - total), max(0, total - limit)], name)
-        io = dict(line.split(": ") for line in pathlib.Path(f"/proc/{media_process}/io").read_text("ascii").splitlines())
+        io = dict(re.findall(r"(\w+): (\d+)", pathlib.Path(f"/proc/{media_process}/io").read_text("ascii")))
         written = figures["media"]["session_write"]
         self.assertGreaterEqual(written, COVERS * COVER_BYTES)
         self.assertLessEqual(written, int(io["wchar"]))  # the kernel's count of all that the process wrote, logs too
@@ -113,8 +113,10 @@ class Chain(unittest.TestCase):
 
         _, total, _ = self.counters_of("media")  # closing the storage writes a little more
         next_time = self.finish("--once")
-        self.assertRegex(next_time, r"\nApplication +SCID (?s:.*)\nmedia .* EXCEEDED\n(?s:.*)\nflashwatch ended with code 0\n$")
-        session, total_now = map(int, re.search(r"info media session\((\d+), \d+\) total\((\d+), ", next_time).groups())
+        self.assertRegex(next_time, r"\nApplication +SCID (?s:.*)\nmedia .* EXCEEDED\n(?s:.*)\n"
+                                    r"flashwatch ended with code 0\n$")
+        logged = re.search(r" info media session\((\d+), \d+\) total\((\d+), ", next_time)
+        session, total_now = map(int, logged.groups())
         self.assertGreater(session, COVER_BYTES)
         self.assertEqual(total_now, total + session)
 
