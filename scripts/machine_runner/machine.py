@@ -176,7 +176,7 @@ class Machine:
         for name in names:
             self._started[name] = self._supervisor.start(
                 name, [str(self._programs / name)], dict(self._environment, ARA_PROCESS=name),
-                self._directory / f"log/{name}.log", piped=name == WATCHER)
+                self._directory / f"log/{name}.log", self._programs, piped=name == WATCHER)
         waiting = list(names)
         while waiting:
             self._supervisor.wait(lambda: any(self._started[name].is_ready for name in waiting),
