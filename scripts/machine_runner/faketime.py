@@ -17,7 +17,8 @@ def clock_of(year, programs):
     """The environment in which it is the year-th year, the present one being the first. Waiting is not shortened.
     It is for processes that start in the directory of the programs, whose name may have blanks or colons."""
     library = pathlib.Path("/usr/lib", sysconfig.get_config_var("MULTIARCH"), "faketime/libfaketime.so.1")
-    for file, origin in (programs / KERNEL_TIMERS, "the build is incomplete"), (library, "the package libfaketime is not installed"):
+    for file, origin in ((programs / KERNEL_TIMERS, "the build is incomplete"),
+                         (library, "the package libfaketime is not installed")):
         if not file.exists():
             raise MachineError(f"{file} is not there: {origin}")
     return {"LD_PRELOAD": f"./{KERNEL_TIMERS} {library}", "FAKETIME": f"+{DAYS_OF_A_SHIFT * (year - 1)}d",
