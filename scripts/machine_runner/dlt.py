@@ -22,15 +22,20 @@ ContextLogLevel = 6
 """
 
 
-def free_port():
-    """The usual port, or any when that one is taken."""
-    with contextlib.closing(socket.socket()) as probe:
-        probe.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        try:
-            probe.bind(("127.0.0.1", USUAL_PORT))
-        except OSError:
-            probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
+class Port:
+    """The port of the daemon: the usual one, or any when that one is taken. Keep it while the daemon runs: of several
+    runners only the one that holds the name of the usual port tries to have it."""
+
+    def __init__(self):
+        self._claim = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        with contextlib.closing(socket.socket()) as probe:
+            probe.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+            try:
+                self._claim.bind(f"\0flashwatch-machine-dlt-{USUAL_PORT}")
+                probe.bind(("127.0.0.1", USUAL_PORT))
+            except OSError:
+                probe.bind(("127.0.0.1", 0))
+            self.number = probe.getsockname()[1]
 
 
 def write_settings(directory):

@@ -21,16 +21,19 @@ def _die_with(parent):
 class Process:
     """A child with a session of its own, so that Ctrl-C reaches the runner alone, which then stops all in order.
 
-    Its output goes to the file `log`; with `piped` its standard output goes to the pipe `output` instead.
+    Its output goes to the file `log`; with `piped` its standard output goes to the pipe `output` instead. Unless it
+    `may_end`, its end is a fault until it is asked for.
     """
 
-    def __init__(self, name, argv, environment, log, directory=None, piped=False):
+    def __init__(self, name, argv, environment, log, directory=None, piped=False, may_end=False):
         self.name = name
         self.log = log
         self.is_ready = False
-        self.is_stopping = False
+        self.may_end = may_end
         parent = os.getpid()
-        with open(log, "wb") as sink:
+        with open(log, "wb"):
+            pass
+        with open(log, "ab") as sink:  # others may add to it
             try:
                 self._child = subprocess.Popen(
                     argv, env=environment, cwd=directory, stdin=subprocess.DEVNULL,
@@ -55,13 +58,13 @@ class Process:
 
     def stop(self):
         """Asks it to end."""
-        self.is_stopping = True
+        self.may_end = True
         if self.code is None:
             self._child.send_signal(signal.SIGTERM)
 
     def kill(self):
         """Ends it and all that it started."""
-        self.is_stopping = True
+        self.may_end = True
         if self.code is None:
             os.killpg(self.pid, signal.SIGKILL)
             self.reap()

@@ -66,7 +66,7 @@ class Supervisor:
             if self._stop_signals:
                 raise StopRequested
             for process in self._processes:
-                if process.code is not None and not process.is_stopping:
+                if process.code is not None and not process.may_end:
                     raise MachineError(f"{process.name} {process.how_it_ended()} while the machine waited for {what}"
                                        + process.last_lines())
             if not self._let_happen(end, poll):

@@ -11,6 +11,13 @@ import sys
 
 NAME = os.environ["ARA_PROCESS"]
 FAULT = os.environ.get(f"STANDIN_{NAME}", "")
+APPLICATIONS = ("navigation", "media", "tripmeter", "flashwatch")
+if NAME == "flashwatch_read":
+    if FAULT == "cannot read":
+        sys.exit("flashwatch_read: no answer")
+    figures = [{"names": [name], "soft_limit": 7, "total_write": 9} for name in APPLICATIONS]
+    print(json.dumps({"applications": figures}) if "--json" in sys.argv else "the tester's table")
+    sys.exit(3)
 MANIFEST = json.loads(pathlib.Path(os.environ["ARA_MACHINE_MANIFEST"]).read_text(encoding="utf-8"))
 assert pathlib.Path("/etc/flashwatch.json").exists() and pathlib.Path("/etc/passwd").exists()
 
@@ -48,7 +55,8 @@ while not stopped:
     signal.pause()
 note("end")
 if NAME == "flashwatch":
-    for application in ("navigation", "media", "tripmeter", "flashwatch"):
+    for application in APPLICATIONS:
+        print(f"12:00 FLWT DATA info {application} year limits(1, 2) acc limits(1, 2) year in use(1)", flush=True)
         if FAULT != "forgets media" or application != "media":
             print(f"12:00 FLWT DATA info {application} session(1, 2) total(3, 4) budget(-1, 5)", flush=True)
 sys.exit(5 if FAULT == "ends with 5" else 0)
