@@ -14,11 +14,13 @@ from scapy.packet import Raw  # noqa: E402
 
 RESPONSE, ERROR = 0x80, 0x81
 OFFER_PERIOD = 0.2  # seconds
+OFFER_LIMIT = 20
 
 
 class Service:
     """One offered service. `behaviour` maps a request's payload to (message type, return code, payload), or to None:
-    then nothing is answered until `release`."""
+    then nothing is answered until `release`. With a fourth value, a number, the connection is closed after so many
+    bytes of the answer."""
 
     def __init__(self, service_id, port, behaviour):
         self.service_id, self.port, self.behaviour = service_id, port, behaviour
@@ -30,6 +32,8 @@ class Someip_node:
     def __init__(self, address, group, services, sd_port=30490):
         self.address, self.group, self.services, self.sd_port = address, group, services, sd_port
         self.session = 0
+        self.offers = {}  # of others: (address, port) by service
+        self.heard = threading.Condition()
         self.selector = selectors.DefaultSelector()
         self.sockets = []
         self._open_discovery()
@@ -68,6 +72,20 @@ class Someip_node:
                     self._answer(connection, service, request)
                 service.withheld = []
 
+    def await_offer(self, service_id, present=True):
+        """Asks for a service; its address and port when somebody offers it. Not `present`: until nobody does."""
+        if present:
+            self._say([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, ttl=3,
+                                       minor_ver=0xFFFFFFFF)], [], (self.group, self.sd_port))
+        with self.heard:
+            assert self.heard.wait_for(lambda: (service_id in self.offers) == present, OFFER_LIMIT), self.offers
+            return self.offers.get(service_id)
+
+    def await_requests(self, count):
+        """Until the services were asked that often, all together."""
+        with self.heard:
+            assert self.heard.wait_for(lambda: sum(each.requests for each in self.services) >= count, OFFER_LIMIT)
+
     def _socket(self, kind, address):
         made = socket.socket(socket.AF_INET, kind)
         made.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
@@ -92,12 +110,13 @@ class Someip_node:
         due = time.monotonic()
         while not self.ends:
             if time.monotonic() >= due:
-                self._offer((self.group, self.sd_port))
+                if self.services:
+                    self._offer((self.group, self.sd_port))
                 due = time.monotonic() + OFFER_PERIOD
             for key, _ in self.selector.select(max(0, due - time.monotonic())):
                 with self.lock:
                     key.data(key.fileobj)
-        if not self.silent:
+        if not self.silent and self.services:
             self._offer((self.group, self.sd_port), ttl=0)
 
     def _offer(self, to, ttl=3):
@@ -106,6 +125,9 @@ class Someip_node:
             entries.append(SDEntry_Service(type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1,
                                            major_ver=1, minor_ver=0, ttl=ttl))
             options.append(SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=service.port))
+        self._say(entries, options, to)
+
+    def _say(self, entries, options, to):
         # Multicast and each peer have session counters of their own; answers by multicast need only one.
         self.session = self.session % 0xFFFF + 1
         discovery = SD(flags=0xC0)
@@ -117,8 +139,18 @@ class Someip_node:
     def _discovered(self, ear):
         datagram, sender = ear.recvfrom(65536)
         message = SOMEIP(datagram)
-        if sender[0] != self.address and SD in message and any(e.type == 0 for e in message[SD].entry_array):
+        if sender[0] == self.address or SD not in message:
+            return
+        if self.services and any(entry.type == 0 for entry in message[SD].entry_array):
             self._offer((self.group, self.sd_port))
+        with self.heard:
+            for entry in message[SD].entry_array:
+                if entry.type == 1 and entry.ttl:
+                    option = message[SD].option_array[entry.index_1]
+                    self.offers[entry.srv_id] = (option.addr, option.port)
+                elif entry.type == 1:
+                    self.offers.pop(entry.srv_id, None)
+            self.heard.notify_all()
 
     def _accept(self, listener, service):
         connection, _ = listener.accept()
@@ -131,9 +163,7 @@ class Someip_node:
         except OSError:
             part = b""
         if not part:
-            self.selector.unregister(connection)
-            self.sockets.remove(connection)
-            connection.close()
+            self._close(connection)
             return
         buffered += part
         while len(buffered) >= 16:
@@ -141,18 +171,29 @@ class Someip_node:
             if len(buffered) < size:
                 return
             request, buffered[:] = SOMEIP(bytes(buffered[:size])), buffered[size:]
-            service.requests += 1
             self._answer(connection, service, request)
+            with self.heard:
+                service.requests += 1
+                self.heard.notify_all()
+            if connection.fileno() < 0:
+                return
+
+    def _close(self, connection):
+        self.selector.unregister(connection)
+        self.sockets.remove(connection)
+        connection.close()
 
     def _answer(self, connection, service, request):
         answer = service.behaviour(bytes(request.payload))
         if answer is None:
             service.withheld.append((connection, request))
             return
-        kind, code, payload = answer
+        kind, code, payload, *cut = answer
         header = SOMEIP(srv_id=request.srv_id, sub_id=0, method_id=request.method_id, client_id=request.client_id,
                         session_id=request.session_id, iface_ver=1, msg_type=kind, retcode=code)
         try:
-            connection.sendall(bytes(header / Raw(payload)))
+            connection.sendall(bytes(header / Raw(payload))[:cut[0] if cut else None])
+            if cut:
+                self._close(connection)
         except OSError:
             pass  # the reader went away
