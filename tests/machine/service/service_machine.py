@@ -97,6 +97,11 @@ class Service_machine:
     def start(self, name="flashwatch", **options):
         return Process(str(self.programs / name), name, self.manifest, **options)
 
+    @staticmethod
+    def preload(library):
+        """The environment for a program that is to have that library first."""
+        return {"LD_PRELOAD": str(library), "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"}
+
     def client(self, service=REPORT):
         return Someip_client(self.manifest["processes"]["flashwatch"]["address"], {REPORT: 30510, EXCEEDANCE: 30511}[service])
 
