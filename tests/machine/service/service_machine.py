@@ -20,7 +20,7 @@ RESPONSE_TIME_MS = 1500
 ETC = pathlib.Path("/etc")
 CONFIGURATION = {"pm_instance_id": "persistency_statistics", "own_instance_id": "flashwatch_diagnostics",
                  "log_period": 1}
-SCIDS = {"mappings": [{"app_name": "alpha", "scid": 0x1234}, {"app_name": "omega", "scid": 0xFFFFFFFFFFFFFFFF}]}
+SCIDS = {"mappings": [{"app_name": "flashwatch", "scid": 0x1000}, {"app_name": "alpha", "scid": 0x1234}, {"app_name": "omega", "scid": 0xFFFFFFFFFFFFFFFF}]}
 
 
 def text(characters):

@@ -104,7 +104,8 @@ def without_statistics_at_the_end(new_machine):
         machine.offer()
         with machine.start() as process:
             machine.withdraw(silent=True)
-            check_end(process, signal.SIGTERM, 1, FAILED_END(METHOD))
+            check_end(process, signal.SIGTERM, 1, FAILED_END(
+                METHOD + f"cannot connect to {machine.network}101:30501: Connection refused"))
 
 
 def with_less(new_machine, changes, missing):
