@@ -73,6 +73,12 @@ def lay_over_etc(files, directory):
     _mount("overlay", "overlay", "/etc", "lowerdir=/etc,upperdir=upper,workdir=work", directory)
 
 
+def release_etc(directory):
+    """Takes away what lay_over_etc laid, so that the directory can be removed."""
+    for target in ("/etc", directory):
+        subprocess.run(["umount", str(target)], check=True)
+
+
 def _mount(kind, source, target, options="rw", directory=None):
     command = ["mount", "-t", kind, "-o", options, source, str(target)]
     result = subprocess.run(command, cwd=directory, capture_output=True, text=True, check=False)

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Starts a program of the machine with a manifest of its own, and knows when it is ready."""
+import fcntl
 import json
 import os
 import pathlib
@@ -7,33 +8,51 @@ import signal
 import socket
 import subprocess
 import tempfile
+import threading
 
 READY_LIMIT = 20  # seconds; sanitizers are slow
 END_LIMIT = 20
+TEXT_LIMIT = 30
+F_SETPIPE_SZ = 1031  # fcntl(2); Debian 12's module does not name it
+PIPE_BYTES = 1 << 20  # the programs do not wait for a reader of their log
 
 
 class Process:
-    """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest."""
+    """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest, or gets
+    ready later. `variables` come on top of the environment."""
 
-    def __init__(self, program, name, manifest, expect_ready=True):
+    def __init__(self, program, name, manifest, expect_ready=True, variables=None):
         self.directory = tempfile.TemporaryDirectory()
         path = pathlib.Path(self.directory.name)
         (path / "machine.json").write_text(json.dumps(manifest))
-        self.log = path / "log"
-        notify = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        notify.bind(str(path / "notify"))
-        notify.settimeout(READY_LIMIT)
+        self.notify = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.notify.bind(str(path / "notify"))
+        self.notify.settimeout(READY_LIMIT)
         environment = {**os.environ, "ARA_MACHINE_MANIFEST": str(path / "machine.json"), "ARA_PROCESS": name,
-                       "NOTIFY_SOCKET": str(path / "notify")}
-        with open(self.log, "wb") as log:
-            self.child = subprocess.Popen([program], env=environment, stdout=log, stderr=log)
+                       "NOTIFY_SOCKET": str(path / "notify"), "DLT_PIPE_DIR": str(path), **(variables or {})}
+        self.log = b""
+        self.changed = threading.Condition()
+        self.child = subprocess.Popen([program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                      stderr=subprocess.STDOUT, bufsize=0)
+        fcntl.fcntl(self.child.stdout, F_SETPIPE_SZ, PIPE_BYTES)
+        self.reader = threading.Thread(target=self._read, daemon=True)
+        self.reader.start()
         if expect_ready:
-            try:
-                notify.recv(4096)
-            except TimeoutError:
-                self.child.kill()
-                raise AssertionError(f"{name} was not ready: {self.text()}") from None
-        notify.close()
+            self.await_ready()
+
+    def _read(self):
+        while part := self.child.stdout.read(65536):
+            with self.changed:
+                self.log += part
+                self.changed.notify_all()
+
+    def await_ready(self):
+        try:
+            assert b"READY=1" in self.notify.recv(4096)
+        except (OSError, AssertionError):
+            self.child.kill()
+            self.wait()
+            raise AssertionError(f"it was not ready: {self.text()}") from None
 
     def __enter__(self):
         return self
@@ -41,7 +60,9 @@ class Process:
     def __exit__(self, *_):
         if self.child.poll() is None:
             self.child.kill()
-            self.child.wait()
+            self.wait()
+        self.child.stdout.close()
+        self.notify.close()
         self.directory.cleanup()
 
     def end(self, by=signal.SIGTERM):
@@ -50,10 +71,18 @@ class Process:
         return self.wait()
 
     def wait(self):
-        return self.child.wait(END_LIMIT)
+        code = self.child.wait(END_LIMIT)
+        self.reader.join(END_LIMIT)
+        return code
 
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.child.pid}/fd"))
 
     def text(self):
-        return self.log.read_text(errors="replace")
+        return self.log.decode(errors="replace")
+
+    def await_text(self, words, count=1, since=0):
+        """Until the log holds the words that often, from an earlier length of it on."""
+        with self.changed:
+            assert self.changed.wait_for(lambda: self.log.count(words.encode(), since) >= count, TEXT_LIMIT), (
+                f"'{words}' is not there {count} times in: {self.text()[since:]}")

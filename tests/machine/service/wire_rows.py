@@ -1,0 +1,107 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Both data identifiers on the wire: what is answered, and what is not."""
+from functools import partial
+
+from service_machine import EXCEEDANCE, REPORT, statistics
+from someip_client import describe, message
+
+FEW = {"alpha": (1, 0x0102, 3, 4, 0x0807060504030201, 6, 0x1112131415161718, 1 << 63),
+       "no scid": (7, 8, 9, 10, 11, 12, 1000, 2000), "omega": (0,) * 8}
+ENTRIES = ("0000000000001234" "1112131415161718" "0807060504030201" "0000000000000102"
+           "0000000000000000" "00000000000003e8" "000000000000000b" "0000000000000008"
+           "ffffffffffffffff" "0000000000000000" "0000000000000000" "0000000000000000")
+ASKED = "80/00 00000001" "03" "00000060" + ENTRIES
+META_INFO = bytes.fromhex("00000014" "00000006EFBBBF6B6B00" "00000006EFBBBF767600")
+
+# What is sent to the report's port, and what comes back: type/return code and payload of every answer.
+# The next answer after these is that to a proper request.
+MESSAGES = {
+    "read": (message(REPORT, 1), [ASKED]),
+    "cancel": (message(REPORT, 0), ["80/00"]),
+    "read with meta information": (message(REPORT, 1, META_INFO), [ASKED]),
+    "bytes behind the argument": (message(REPORT, 1, bytes(4) + b"more"), [ASKED]),
+    "a request with a return code": (message(REPORT, 0, code=1), ["80/00"]),
+    "no argument": (message(REPORT, 1, b""), ["81/09"]),
+    "an argument cut off": (message(REPORT, 1, META_INFO[:-1]), ["81/09"]),
+    "unknown service": (message(0x7000, 1), ["81/02"]),
+    "the other service at this port": (message(EXCEEDANCE, 1), ["81/02"]),
+    "unknown method": (message(REPORT, 7), ["81/03"]),
+    "interface version": (message(REPORT, 1, interface=2), ["81/08"]),
+    "protocol version": (message(REPORT, 1, version=2), ["81/07"]),
+    "protocol version before service": (message(0x7000, 7, version=2, interface=2), ["81/07"]),
+    "service before interface version": (message(0x7000, 7, interface=2), ["81/02"]),
+    "interface version before method": (message(REPORT, 7, b"", interface=2), ["81/08"]),
+    "method before payload": (message(REPORT, 7, b""), ["81/03"]),
+    "wrong, but with a return code": (message(0x7000, 1, code=1), []),
+    "an event's id": (message(REPORT, 0x8001), []),
+    **{f"message type {kind:02X}": (message(REPORT, 1, kind=kind), [])
+       for kind in (0x01, 0x02, 0x20, 0x21, 0x40, 0x55, 0x80, 0x81, 0xFF)},
+    "fire and forget to nobody": (message(0x7000, 1, kind=1), []),
+    "magic cookie": (bytes.fromhex("FFFF000000000008DEADBEEF01010100") + message(REPORT, 0), ["80/00"]),
+    "two in one segment": (message(REPORT, 0) + message(REPORT, 1), ["80/00", ASKED]),
+    **{f"length {length}": (message(REPORT, 1, length=length), ["closed"]) for length in (0, 7, 0x7FFFFFFF)},
+}
+
+
+def converse(machine, sent, expected):
+    with machine.client() as client:
+        client.send(sent)
+        heard = [client.hear() for _ in expected]
+        for data in filter(None, heard):
+            request = sent[16:] if sent[:2] == b"\xFF\xFF" else sent
+            assert data[:2] + data[8:12] + data[13:14] == request[:2] + request[8:12] + request[13:14], data.hex()
+        # Calls run beside each other, so answers may change places.
+        heard = sorted(describe(data) if data else "closed" for data in heard)
+        assert heard == sorted(expected), (heard, expected)
+        if "closed" not in heard:
+            assert client.ask(REPORT, 0, session=8) == "80/00"
+
+
+def byte_by_byte(machine):
+    with machine.client() as client:
+        for byte in message(REPORT, 1):
+            client.send(bytes([byte]))
+        assert describe(client.hear()) == ASKED
+
+
+# One after the other, with the same flashwatch: the first readout fixes the limits.
+EXCEEDANCES = [
+    ("nobody", {}, "80/00 00"),
+    ("equal to the limit", {"no scid": (0, 0, 0, 0, 1000, 0, 1000, 2000)}, "80/00 00"),
+    ("one above", {"no scid": (0, 0, 0, 0, 1001, 0, 1000, 2000)}, "80/00 01"),
+    ("one that came later and wrote nothing", {"new": (0, 0, 0, 0, 0, 0, 1000, 2000)}, "80/00 00"),
+    ("one that came later and wrote", {"new": (0, 0, 0, 0, 1, 0, 1000, 2000)}, "80/00 01"),
+]
+
+
+def exceedance(machine, changes, expected):
+    machine.answer = statistics({**FEW, **changes})
+    heard = machine.read(EXCEEDANCE)
+    assert heard == expected, (heard, expected)
+    with machine.client(EXCEEDANCE) as client:
+        assert client.ask(EXCEEDANCE, 0) == "80/00"
+
+
+def found(machine, peer):
+    address = machine.manifest["processes"]["flashwatch"]["address"]
+    for service, port in ((REPORT, 30510), (EXCEEDANCE, 30511)):
+        assert peer.await_offer(service) == (address, port)
+
+
+def withdrawn(process, peer):
+    assert process.end() == 0, process.text()
+    for service in (REPORT, EXCEEDANCE):
+        peer.await_offer(service, present=False)
+
+
+def rows(new_machine):
+    with new_machine(answer=statistics(FEW)) as machine:
+        machine.offer()
+        with machine.start() as process, machine.peer() as peer:
+            yield "found by discovery", partial(found, machine, peer)
+            for name, row in MESSAGES.items():
+                yield name, partial(converse, machine, *row)
+            yield "byte by byte", partial(byte_by_byte, machine)
+            for name, *row in EXCEEDANCES:
+                yield "budget: " + name, partial(exceedance, machine, *row)
+            yield "withdrawn at the end", partial(withdrawn, process, peer)
