@@ -20,7 +20,7 @@ METHOD = "method get_KVS_statistics of orvel::persistency::statistics: "
 NO_ANSWER = METHOD + f"no answer within {RESPONSE_TIME_MS} ms"
 NORMAL_END = [SHUTDOWN, LIMITS, DATA, TERMINATING, FINISHED, "COMM info Withdrew"]
 FAILED_END = lambda text: [SHUTDOWN, "COMM info Withdrew", FAILURE.format(text)]
-SLACK_S = 1.5  # for a machine that is busy
+SLACK_S = 3  # for a machine that is busy
 
 
 def check_order(process, words):
