@@ -14,7 +14,8 @@ import sys
 import tempfile
 import threading
 
-from scapy.contrib.automotive.someip import SOMEIP
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
+from someip_client import Someip_client, describe, message  # noqa: E402
 
 LIMIT_S = 20
 SERVICE, MANIFEST, WRITER = sys.argv[1:4]
@@ -50,16 +51,10 @@ class Machine:
 
 def ask():
     """All statistics: a dictionary of the eight numbers of each application, in the order of the wire."""
-    with socket.create_connection((ADDRESS + "1", 30501), LIMIT_S) as peer:
-        request = bytes(SOMEIP(srv_id=24577, method_id=1, client_id=7, session_id=9, iface_ver=1, msg_type=0))
-        peer.sendall(request[:4] + struct.pack(">I", 8) + request[8:16])
-        data = b""
-        while len(data) < 8 or len(data) < 8 + struct.unpack_from(">I", data, 4)[0]:
-            got = peer.recv(65536)
-            assert got, "the service closed the connection"
-            data += got
-    answer = SOMEIP(data)
-    assert (answer.msg_type, answer.retcode, answer.session_id) == (0x80, 0, 9), answer.show(dump=True)
+    with Someip_client(ADDRESS + "1", 30501) as peer:
+        peer.send(message(24577, 1, b"", session=9))
+        data = peer.hear()
+    assert describe(data).startswith("80/00") and data[10:12] == b"\0\x09", data[:40].hex()
     at, statistics = 24, {}
     assert struct.unpack_from(">II", data, 16) == (len(data) - 20, len(data) - 24)
     while at < len(data):

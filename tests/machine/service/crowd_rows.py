@@ -53,6 +53,7 @@ def nobody_then_somebody(new_machine):
 
 def real_storages(new_machine):
     with new_machine() as machine:
+        machine.communication["limits"]["response_time_ms"] = 20000
         with machine.start("sample_navigation") as process:
             assert process.end(signal.SIGTERM) == 0
         for number in range(MOST - 2):  # with the sample and flashwatch itself
@@ -69,7 +70,8 @@ def real_storages(new_machine):
 
 
 def rows(new_machine):
-    with new_machine(answer=statistics(applications(MOST))) as machine:
+    with new_machine() as machine:
+        machine.communication["limits"]["response_time_ms"] = 20000
         machine.offer()
         with machine.start() as process:
             for count in (MOST, 15, 16, 255, 256, 257, 271, 272, 0):

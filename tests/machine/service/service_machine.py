@@ -20,7 +20,8 @@ RESPONSE_TIME_MS = 1500
 ETC = pathlib.Path("/etc")
 CONFIGURATION = {"pm_instance_id": "persistency_statistics", "own_instance_id": "flashwatch_diagnostics",
                  "log_period": 1}
-SCIDS = {"mappings": [{"app_name": "flashwatch", "scid": 0x1000}, {"app_name": "alpha", "scid": 0x1234}, {"app_name": "omega", "scid": 0xFFFFFFFFFFFFFFFF}]}
+SCIDS = {"mappings": [{"app_name": name, "scid": scid} for name, scid in (
+    ("flashwatch", 0x1000), ("alpha", 0x1234), ("omega", 0xFFFFFFFFFFFFFFFF))]}
 
 
 def text(characters):
@@ -100,10 +101,12 @@ class Service_machine:
     @staticmethod
     def preload(library):
         """The environment for a program that is to have that library first."""
-        return {"LD_PRELOAD": str(library), "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"}
+        sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
+        return {"LD_PRELOAD": library, "ASAN_OPTIONS": sanitizer}
 
     def client(self, service=REPORT):
-        return Someip_client(self.manifest["processes"]["flashwatch"]["address"], {REPORT: 30510, EXCEEDANCE: 30511}[service])
+        address = self.manifest["processes"]["flashwatch"]["address"]
+        return Someip_client(address, {REPORT: 30510, EXCEEDANCE: 30511}[service])
 
     def read(self, service):
         with self.client(service) as client:

@@ -4,7 +4,7 @@ import os
 import time
 from functools import partial
 
-from service_machine import EXCEEDANCE, REPORT, RESPONSE_TIME_MS, STATISTICS, statistics
+from service_machine import EXCEEDANCE, REPORT, RESPONSE_TIME_MS, statistics
 from someip_node import ERROR, RESPONSE
 
 FEW = {"alpha": (0, 1, 0, 0, 2, 0, 3, 4), "beta": (0,) * 8}
