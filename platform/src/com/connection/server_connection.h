@@ -36,7 +36,7 @@ class Server_connection final {
   /// connection is lost.
   bool write(std::vector<std::uint8_t> const& message);
 
-  /// True for the first caller since help_came(): at most one thread is on its way to help.
+  /// True for the first caller since help_came(): one sign at a time is enough.
   bool needs_help() noexcept { return !help_called_.exchange(true); }
   void help_came() noexcept { help_called_ = false; }
 

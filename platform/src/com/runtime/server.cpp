@@ -23,7 +23,10 @@ Server::Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& a
     : io_(io),
       address_(address),
       limits_(limits),
-      workers_(limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); }) {}
+      watch_(io, [this] { return !workers_.has_leader() && workers_.promote(); }),
+      workers_(
+          limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); },
+          [this] { watch_.begun(); }) {}
 
 Server::~Server() { workers_.stop(); }
 
@@ -59,6 +62,11 @@ void Server::forget(Offered_service const& service) {
   if (next == services_.end() || next->first.first != service.port()) {
     acceptors_.erase(service.port());
   }
+}
+
+void Server::close_ports() {
+  acceptors_.clear();
+  watch_.stop();
 }
 
 void Server::admit(Tcp_stream stream, std::uint16_t port, std::string peer) {
@@ -110,7 +118,7 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
       case Server_connection::Taken::request:
         break;
     }
-    // What has been read already is not seen by the kernel, so the next thread has to be called for it.
+    // What has been read already is not seen by the kernel, so the next leader has to be told of it.
     if (more && served.needs_help()) {
       workers_.readiness().call_for(served.descriptor(), id);
     }
@@ -135,7 +143,6 @@ bool Server::answer(Server_connection& connection, Workspace& workspace) {
   }
   Request_verdict verdict = check_request(request, addressed);
   if (verdict.kind == Request_verdict::Kind::serve) {
-    workers_.keep_one_waiting();
     if (!addressed_service->run(request, workspace.payload, limits_.message_bytes, workspace.answer)) {
       verdict = check_request(request, {});  // withdrawn meanwhile
     }

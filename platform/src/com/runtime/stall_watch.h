@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef PLATFORM_SRC_COM_RUNTIME_STALL_WATCH_H
+#define PLATFORM_SRC_COM_RUNTIME_STALL_WATCH_H
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+
+namespace linux_platform::com {
+
+/// Notices when something that was begun a millisecond ago is still not over. It costs who begins it a system call only
+/// when nothing had been begun for a while, and nothing at all runs while nothing is begun.
+class Stall_watch final {
+ public:
+  /// Asked on the thread of `io` when nothing has been begun for a millisecond. True to go on watching; false when
+  /// there is nothing to watch for until the next beginning.
+  using Look = std::function<bool()>;
+
+  /// Throws std::system_error.
+  Stall_watch(boost::asio::io_context& io, Look look);
+  Stall_watch(Stall_watch const&) = delete;
+  Stall_watch& operator=(Stall_watch const&) = delete;
+
+  /// Called by any thread.
+  void begun() noexcept {
+    begun_.fetch_add(1, std::memory_order_relaxed);
+    if (!armed_.load()) {
+      arm();
+    }
+  }
+  /// Watches no more; on the thread of `io`.
+  void stop() noexcept;
+
+ private:
+  void arm() noexcept;
+  void await_tick();
+  void tick();
+
+  Look const look_;
+  boost::asio::posix::stream_descriptor timer_;
+  std::atomic<std::uint32_t> begun_{0};
+  std::atomic<bool> armed_{false};
+  std::uint32_t seen_ = 0;  ///< what begun_ was at the last tick; on the thread of io only
+};
+
+}  // namespace linux_platform::com
+
+#endif
