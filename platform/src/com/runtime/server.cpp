@@ -23,7 +23,8 @@ Server::Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& a
     : io_(io),
       address_(address),
       limits_(limits),
-      watch_(io, [this] { return !workers_.has_leader() && workers_.promote(); }),
+      watch_(
+          io, [this] { flush_all(); }, [this] { return !workers_.has_leader() && workers_.promote(); }),
       workers_(
           limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); },
           [this] { watch_.begun(); }) {}
@@ -112,7 +113,7 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
   for (int turn = 0; more && turn < requests_per_turn; ++turn) {
     switch (served.take(workspace.header, workspace.payload, more)) {
       case Server_connection::Taken::nothing:
-        return true;
+        return served.flush();
       case Server_connection::Taken::ended:
         return false;
       case Server_connection::Taken::request:
@@ -122,7 +123,7 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
     if (more && served.needs_help()) {
       workers_.readiness().call_for(served.descriptor(), id);
     }
-    if (!answer(served, workspace)) {
+    if (!answer(served, workspace, more)) {
       return false;
     }
     workspace.tidy();
@@ -130,11 +131,11 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
   if (more) {
     workers_.readiness().call_for(served.descriptor(), id);
   }
-  return true;
+  return served.flush();
 }
 
 // False when the connection is lost.
-bool Server::answer(Server_connection& connection, Workspace& workspace) {
+bool Server::answer(Server_connection& connection, Workspace& workspace, bool more) {
   Header const& request = workspace.header;
   auto const addressed_service = service({connection.port(), request.service});
   Addressed addressed;
@@ -149,15 +150,32 @@ bool Server::answer(Server_connection& connection, Workspace& workspace) {
   }
   switch (verdict.kind) {
     case Request_verdict::Kind::serve:
-      return connection.write(workspace.answer);
+      return reply(connection, workspace, more);
     case Request_verdict::Kind::answer_with_error:
       workspace.answer.resize(Header::size);
       write_header(workspace.answer.data(), reply_header(request, Message_type::error, verdict.error), 0);
-      return connection.write(workspace.answer);
+      return reply(connection, workspace, more);
     case Request_verdict::Kind::discard:
       return true;
   }
   return true;
+}
+
+// While more requests are at hand their answers go out together. What is held back waits for no method: the watch
+// sends it with its next tick.
+bool Server::reply(Server_connection& connection, Workspace const& workspace, bool more) {
+  if (more) {
+    watch_.begun();
+  }
+  return connection.write(workspace.answer, more);
+}
+
+void Server::flush_all() {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  for (auto const& [id, connection] : connections_) {
+    // A loss shows when the connection is read.
+    static_cast<void>(connection->flush());
+  }
 }
 
 std::shared_ptr<Server_connection> Server::connection(std::uint64_t id) {

@@ -51,7 +51,9 @@ class Server final {
   void admit(Tcp_stream stream, std::uint16_t port, std::string peer);
   void serve(std::uint64_t id, Workspace& workspace);
   bool take_turn(Server_connection& served, std::uint64_t id, Workspace& workspace);
-  bool answer(Server_connection& connection, Workspace& workspace);
+  bool answer(Server_connection& connection, Workspace& workspace, bool more);
+  bool reply(Server_connection& connection, Workspace const& workspace, bool more);
+  void flush_all();
   std::shared_ptr<Server_connection> connection(std::uint64_t id);
   std::shared_ptr<Offered_service> service(Address const& address);
   void remove(std::uint64_t id);
@@ -67,7 +69,7 @@ class Server final {
   std::uint64_t last_id_ = 0;
   bool refusing_ = false;  ///< the limit of connections has been reached and that has been logged
 
-  Stall_watch watch_;    ///< sees to it that a slow method does not keep the next request waiting
+  Stall_watch watch_;    ///< sees to it that a slow method keeps neither requests nor answers waiting
   Worker_pool workers_;  ///< last, so that its threads end first
 };
 

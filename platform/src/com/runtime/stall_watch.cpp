@@ -25,7 +25,8 @@ int make_timer() {
 
 }  // namespace
 
-Stall_watch::Stall_watch(boost::asio::io_context& io, Look look) : look_(std::move(look)), timer_(io, make_timer()) {
+Stall_watch::Stall_watch(boost::asio::io_context& io, Tick on_tick, Stalled on_stall)
+    : on_tick_(std::move(on_tick)), on_stall_(std::move(on_stall)), timer_(io, make_timer()) {
   await_tick();
 }
 
@@ -55,7 +56,8 @@ void Stall_watch::tick() {
   std::uint64_t expirations = 0;
   static_cast<void>(::read(timer_.native_handle(), &expirations, sizeof expirations));
   std::uint32_t const begun = begun_;
-  if (std::exchange(seen_, begun) != begun || look_()) {
+  on_tick_();
+  if (std::exchange(seen_, begun) != begun || on_stall_()) {
     arm();
     return;
   }

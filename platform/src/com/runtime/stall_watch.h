@@ -11,22 +11,24 @@
 
 namespace linux_platform::com {
 
-/// Notices when something that was begun a millisecond ago is still not over. It costs who begins it a system call only
-/// when nothing had been begun for a while, and nothing at all runs while nothing is begun.
+/// Looks every millisecond while things are begun, and notices when none was for a millisecond. It costs who begins one
+/// a system call only when nothing had been begun for a while, and nothing at all runs while nothing is begun.
 class Stall_watch final {
  public:
+  /// Called on the thread of `io` within about a millisecond of every beginning.
+  using Tick = std::function<void()>;
   /// Asked on the thread of `io` when nothing has been begun for a millisecond. True to go on watching; false when
   /// there is nothing to watch for until the next beginning.
-  using Look = std::function<bool()>;
+  using Stalled = std::function<bool()>;
 
   /// Throws std::system_error.
-  Stall_watch(boost::asio::io_context& io, Look look);
+  Stall_watch(boost::asio::io_context& io, Tick on_tick, Stalled on_stall);
   Stall_watch(Stall_watch const&) = delete;
   Stall_watch& operator=(Stall_watch const&) = delete;
 
   /// Called by any thread.
   void begun() noexcept {
-    begun_.fetch_add(1, std::memory_order_relaxed);
+    ++begun_;
     if (!armed_.load()) {
       arm();
     }
@@ -39,7 +41,8 @@ class Stall_watch final {
   void await_tick();
   void tick();
 
-  Look const look_;
+  Tick const on_tick_;
+  Stalled const on_stall_;
   boost::asio::posix::stream_descriptor timer_;
   std::atomic<std::uint32_t> begun_{0};
   std::atomic<bool> armed_{false};
