@@ -134,7 +134,7 @@ TEST(TheStatistics, AreRefusedWhenALengthIsTooSmall) {
 template <typename Interface>
 class ApplicationError : public testing::Test {};
 using Interfaces = testing::Types<Report, Exceedance>;
-TYPED_TEST_SUITE(ApplicationError, Interfaces);
+TYPED_TEST_SUITE(ApplicationError, Interfaces, );
 
 TYPED_TEST(ApplicationError, TravelsAsARecordOfOneByte) {
   using Error = typename TypeParam::UDSServiceFailed;

@@ -218,6 +218,21 @@ TEST_F(AServer, RunsMethodsBesideEachOtherUpToItsThreadsAndAnswersAll) {
   EXPECT_EQ(gate_.visits(), 3U);
 }
 
+TEST_F(AServer, KeepsNoAnswerWaitingForAMethodThatCameWithIt) {
+  Limits limits;
+  limits.worker_threads = 1;
+  start(limits);
+  Raw_peer peer = client();
+  Bytes both = echo(1);
+  Bytes const slow = message(request(gate_id, 2));
+  both.insert(both.end(), slow.begin(), slow.end());
+  peer.send(both);
+  EXPECT_EQ(peer.receive_message(), echo_answer(1));
+  ASSERT_TRUE(gate_.await_inside(1));
+  gate_.open();
+  EXPECT_EQ(read_header(peer.receive_message().data()).session, 2);
+}
+
 TEST_F(AServer, RefusesConnectionsBeyondItsLimitUntilOneIsFree) {
   Limits limits;
   limits.connections = 2;

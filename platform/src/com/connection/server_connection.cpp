@@ -4,6 +4,11 @@
 #include <utility>
 
 namespace linux_platform::com {
+namespace {
+
+constexpr std::size_t most_held_back = 64 * 1024;
+
+}  // namespace
 
 Server_connection::Server_connection(Tcp_stream stream, std::uint16_t port, std::string peer, Limits const& limits)
     : port_(port), peer_(std::move(peer)), stream_(std::move(stream)), input_(limits.message_bytes) {}
@@ -11,10 +16,10 @@ Server_connection::Server_connection(Tcp_stream stream, std::uint16_t port, std:
 Server_connection::Taken Server_connection::take(Header& header, std::vector<std::uint8_t>& payload, bool& more) {
   {
     std::lock_guard<std::mutex> const lock(writing_);
-    if (!flush()) {
+    if (refused_ && !flush_locked()) {
       return Taken::ended;
     }
-    if (!unsent_.empty()) {
+    if (refused_) {
       return Taken::nothing;
     }
   }
@@ -47,34 +52,39 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
   }
 }
 
-bool Server_connection::write(std::vector<std::uint8_t> const& message) {
+bool Server_connection::write(std::vector<std::uint8_t> const& message, bool more) {
   std::lock_guard<std::mutex> const lock(writing_);
-  if (!unsent_.empty()) {
-    unsent_.insert(unsent_.end(), message.begin(), message.end());
-    return flush();
+  if (unsent_.empty() && !more) {
+    Tcp_stream::Transfer const written = stream_.write(message.data(), message.size());
+    if (written.error || written.bytes == message.size()) {
+      return !written.error;
+    }
+    sent_ = written.bytes;
   }
-  Tcp_stream::Transfer const written = stream_.write(message.data(), message.size());
-  if (written.bytes < message.size() && !written.error) {
-    unsent_.assign(message.begin() + static_cast<std::ptrdiff_t>(written.bytes), message.end());
-    // The kernel only gives a sign of room after it has refused something.
-    return flush();
-  }
-  return !written.error;
+  unsent_.insert(unsent_.end(), message.begin(), message.end());
+  return (more && unsent_.size() < most_held_back) || flush_locked();
 }
 
 bool Server_connection::flush() {
+  std::lock_guard<std::mutex> const lock(writing_);
+  return flush_locked();
+}
+
+bool Server_connection::flush_locked() {
   while (sent_ < unsent_.size()) {
     Tcp_stream::Transfer const written = stream_.write(unsent_.data() + sent_, unsent_.size() - sent_);
-    if (written.error) {
-      return false;
-    }
-    if (written.bytes == 0) {
-      return true;
+    refused_ = written.bytes == 0;
+    if (written.error || refused_) {
+      return !written.error;
     }
     sent_ += written.bytes;
   }
-  unsent_ = {};
+  refused_ = false;
   sent_ = 0;
+  unsent_.clear();
+  if (unsent_.capacity() > 2 * most_held_back) {
+    unsent_ = {};
+  }
   return true;
 }
 

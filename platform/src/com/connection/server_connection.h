@@ -32,11 +32,14 @@ class Server_connection final {
   /// peer has gone or cannot be followed any further.
   Taken take(Header& header, std::vector<std::uint8_t>& payload, bool& more);
 
-  /// Writes a message as far as the peer takes it and keeps the rest until the network gives a sign. False when the
-  /// connection is lost.
-  bool write(std::vector<std::uint8_t> const& message);
+  /// Writes a message as far as the peer takes it and keeps the rest until the network gives a sign. With `more` it may
+  /// be held back, to go out together with the next. False when the connection is lost.
+  bool write(std::vector<std::uint8_t> const& message, bool more);
 
-  /// True for the first caller since help_came(): at most one thread is on its way to help.
+  /// Writes what is held back. False when the connection is lost.
+  bool flush();
+
+  /// True for the first caller since help_came(): one sign at a time is enough.
   bool needs_help() noexcept { return !help_called_.exchange(true); }
   void help_came() noexcept { help_called_ = false; }
 
@@ -45,7 +48,7 @@ class Server_connection final {
   int descriptor() const noexcept { return stream_.descriptor(); }
 
  private:
-  bool flush();
+  bool flush_locked();
 
   std::uint16_t const port_;
   std::string const peer_;
@@ -60,6 +63,7 @@ class Server_connection final {
   std::mutex writing_;  ///< guards what follows
   std::vector<std::uint8_t> unsent_;
   std::size_t sent_ = 0;  ///< bytes of unsent_ that are on their way already
+  bool refused_ = false;  ///< the peer has not taken all that it was offered
 };
 
 }  // namespace linux_platform::com

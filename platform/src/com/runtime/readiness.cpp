@@ -32,7 +32,7 @@ void control(int epoll, int operation, int descriptor, std::uint32_t events, std
 Readiness::Readiness() : epoll_(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")), end_(-1) {
   try {
     end_ = checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
-    // Level-triggered and never read, so that it wakes every thread.
+    // Level-triggered and never read, so that every wait ends.
     control(epoll_, EPOLL_CTL_ADD, end_, EPOLLIN, end_id);
   } catch (...) {
     ::close(end_);
@@ -60,9 +60,9 @@ void Readiness::remove(int descriptor) noexcept {
   static_cast<void>(::epoll_ctl(epoll_, EPOLL_CTL_DEL, descriptor, nullptr));
 }
 
-std::optional<std::uint64_t> Readiness::wait(std::optional<std::chrono::milliseconds> limit) noexcept {
+std::optional<std::uint64_t> Readiness::wait() noexcept {
   epoll_event event{};
-  int const ready = ::epoll_wait(epoll_, &event, 1, limit ? static_cast<int>(limit->count()) : -1);
+  int const ready = ::epoll_wait(epoll_, &event, 1, -1);
   std::uint64_t const id = event.data.u64;
   return ready > 0 && id != end_id ? std::optional(id) : std::nullopt;
 }

@@ -2,16 +2,14 @@
 #ifndef PLATFORM_SRC_COM_RUNTIME_READINESS_H
 #define PLATFORM_SRC_COM_RUNTIME_READINESS_H
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 
 namespace linux_platform::com {
 
-/// Where threads wait together for whichever connection has something to do next (Linux epoll, edge-triggered).
+/// Where a thread waits for whichever connection has something to do next (Linux epoll, edge-triggered).
 ///
-/// Each sign wakes one of the waiting threads, which then reads the connection itself. While it runs a method the
-/// kernel wakes the next waiting thread for the next sign: the reading passes on without any thread waking another.
+/// A sign is given once and to one thread. What happens to a connection while nobody waits is kept for the next wait.
 class Readiness final {
  public:
   /// Throws std::system_error.
@@ -27,11 +25,10 @@ class Readiness final {
   /// No sign is given any more.
   void remove(int descriptor) noexcept;
 
-  /// Waits for a sign; the id of its descriptor. Nothing when `limit` has passed or end() was called. Without limit it
-  /// waits as long as it takes.
-  std::optional<std::uint64_t> wait(std::optional<std::chrono::milliseconds> limit) noexcept;
+  /// Waits for a sign; the id of its descriptor. Nothing when end() was called, and sometimes for no reason.
+  std::optional<std::uint64_t> wait() noexcept;
 
-  /// Every waiting thread returns, now and ever after.
+  /// wait() returns, now and ever after.
   void end() noexcept;
 
  private:

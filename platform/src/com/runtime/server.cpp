@@ -23,7 +23,11 @@ Server::Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& a
     : io_(io),
       address_(address),
       limits_(limits),
-      workers_(limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); }) {}
+      watch_(
+          io, [this] { flush_all(); }, [this] { return !workers_.has_leader() && workers_.promote(); }),
+      workers_(
+          limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); },
+          [this] { watch_.begun(); }) {}
 
 Server::~Server() { workers_.stop(); }
 
@@ -59,6 +63,11 @@ void Server::forget(Offered_service const& service) {
   if (next == services_.end() || next->first.first != service.port()) {
     acceptors_.erase(service.port());
   }
+}
+
+void Server::close_ports() {
+  acceptors_.clear();
+  watch_.stop();
 }
 
 void Server::admit(Tcp_stream stream, std::uint16_t port, std::string peer) {
@@ -104,17 +113,17 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
   for (int turn = 0; more && turn < requests_per_turn; ++turn) {
     switch (served.take(workspace.header, workspace.payload, more)) {
       case Server_connection::Taken::nothing:
-        return true;
+        return served.flush();
       case Server_connection::Taken::ended:
         return false;
       case Server_connection::Taken::request:
         break;
     }
-    // What has been read already is not seen by the kernel, so the next thread has to be called for it.
+    // What has been read already is not seen by the kernel, so the next leader has to be told of it.
     if (more && served.needs_help()) {
       workers_.readiness().call_for(served.descriptor(), id);
     }
-    if (!answer(served, workspace)) {
+    if (!answer(served, workspace, more)) {
       return false;
     }
     workspace.tidy();
@@ -122,11 +131,11 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
   if (more) {
     workers_.readiness().call_for(served.descriptor(), id);
   }
-  return true;
+  return served.flush();
 }
 
 // False when the connection is lost.
-bool Server::answer(Server_connection& connection, Workspace& workspace) {
+bool Server::answer(Server_connection& connection, Workspace& workspace, bool more) {
   Header const& request = workspace.header;
   auto const addressed_service = service({connection.port(), request.service});
   Addressed addressed;
@@ -135,22 +144,38 @@ bool Server::answer(Server_connection& connection, Workspace& workspace) {
   }
   Request_verdict verdict = check_request(request, addressed);
   if (verdict.kind == Request_verdict::Kind::serve) {
-    workers_.keep_one_waiting();
     if (!addressed_service->run(request, workspace.payload, limits_.message_bytes, workspace.answer)) {
       verdict = check_request(request, {});  // withdrawn meanwhile
     }
   }
   switch (verdict.kind) {
     case Request_verdict::Kind::serve:
-      return connection.write(workspace.answer);
+      return reply(connection, workspace, more);
     case Request_verdict::Kind::answer_with_error:
       workspace.answer.resize(Header::size);
       write_header(workspace.answer.data(), reply_header(request, Message_type::error, verdict.error), 0);
-      return connection.write(workspace.answer);
+      return reply(connection, workspace, more);
     case Request_verdict::Kind::discard:
       return true;
   }
   return true;
+}
+
+// While more requests are at hand their answers go out together. What is held back waits for no method: the watch
+// sends it with its next tick.
+bool Server::reply(Server_connection& connection, Workspace const& workspace, bool more) {
+  if (more) {
+    watch_.begun();
+  }
+  return connection.write(workspace.answer, more);
+}
+
+void Server::flush_all() {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  for (auto const& [id, connection] : connections_) {
+    // A loss shows when the connection is read.
+    static_cast<void>(connection->flush());
+  }
 }
 
 std::shared_ptr<Server_connection> Server::connection(std::uint64_t id) {

@@ -17,6 +17,7 @@
 #include "platform/src/com/connection/server_connection.h"
 #include "platform/src/com/runtime/acceptor.h"
 #include "platform/src/com/runtime/offered_service.h"
+#include "platform/src/com/runtime/stall_watch.h"
 #include "platform/src/com/runtime/worker_pool.h"
 
 namespace linux_platform::com {
@@ -26,7 +27,7 @@ class Server final {
  public:
   /// Listening takes place on the thread of `io`, which outlives the server.
   Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& address, Limits const& limits);
-  /// The thread of `io` has ended or will run nothing of the server's any more.
+  /// The thread of `io` has ended.
   ~Server();
   Server(Server const&) = delete;
   Server& operator=(Server const&) = delete;
@@ -39,8 +40,8 @@ class Server final {
   /// other. Established connections stay: it is the client who closes them. Called on the thread of `io`.
   void forget(Offered_service const& service);
 
-  /// Closes the ports. Called on the thread of `io`.
-  void close_ports() { acceptors_.clear(); }
+  /// Closes the ports and lets no further method run beside those that are running. Called on the thread of `io`.
+  void close_ports();
   /// Ends the threads that answer requests, once they come out of their methods. Called on any other thread.
   void stop_workers() noexcept { workers_.stop(); }
 
@@ -50,7 +51,9 @@ class Server final {
   void admit(Tcp_stream stream, std::uint16_t port, std::string peer);
   void serve(std::uint64_t id, Workspace& workspace);
   bool take_turn(Server_connection& served, std::uint64_t id, Workspace& workspace);
-  bool answer(Server_connection& connection, Workspace& workspace);
+  bool answer(Server_connection& connection, Workspace& workspace, bool more);
+  bool reply(Server_connection& connection, Workspace const& workspace, bool more);
+  void flush_all();
   std::shared_ptr<Server_connection> connection(std::uint64_t id);
   std::shared_ptr<Offered_service> service(Address const& address);
   void remove(std::uint64_t id);
@@ -66,6 +69,7 @@ class Server final {
   std::uint64_t last_id_ = 0;
   bool refusing_ = false;  ///< the limit of connections has been reached and that has been logged
 
+  Stall_watch watch_;    ///< sees to it that a slow method keeps neither requests nor answers waiting
   Worker_pool workers_;  ///< last, so that its threads end first
 };
 

@@ -2,100 +2,110 @@
 #include "platform/src/com/runtime/worker_pool.h"
 
 #include <chrono>
-#include <iterator>
-#include <optional>
 #include <system_error>
+#include <utility>
 
 #include "platform/src/log/blocked_signals.h"
 
 namespace linux_platform::com {
 namespace {
 
-// How long a thread that is not the only one waits before it leaves.
-constexpr std::chrono::milliseconds spare_time{5000};
+// How long a follower waits for the lead before it leaves.
+constexpr std::chrono::seconds spare_time{5};
 
 }  // namespace
 
 void Worker_pool::start() {
   std::lock_guard<std::mutex> const lock(mutex_);
-  if (workers_.empty()) {
-    add_worker();
+  if (workers_.empty() && !stopping_) {
+    add_leader();
   }
 }
 
-void Worker_pool::keep_one_waiting() noexcept {
-  if (waiting_ != 0) {
-    return;
-  }
+bool Worker_pool::promote() noexcept {
   std::lock_guard<std::mutex> const lock(mutex_);
-  if (waiting_ == 0 && workers_.size() < limit_) {
-    try {
-      add_worker();
-    } catch (std::system_error const&) {
-      // The machine has no thread to give: the method runs all the same, and the next request waits for it.
-    }
+  if (led_ || stopping_) {
+    return true;
+  }
+  if (followers_ > promotions_) {
+    ++promotions_;
+    led_ = true;
+    promoted_.notify_one();
+    return true;
+  }
+  if (workers_.size() >= limit_) {
+    return false;
+  }
+  try {
+    add_leader();
+    return true;
+  } catch (std::system_error const&) {
+    return false;  // the machine has no thread to give
   }
 }
 
 // The caller holds the mutex.
-void Worker_pool::add_worker() {
-  if (stopping_) {
-    return;
-  }
+void Worker_pool::add_leader() {
   for (std::thread& thread : departed_) {
     thread.join();
   }
   departed_.clear();
   log::Blocked_signals const blocked;
   auto const self = workers_.emplace(workers_.end());
-  ++waiting_;
-  ++threads_;
+  led_ = true;
   try {
     *self = std::thread([this, self] { run(self); });
   } catch (...) {
-    --waiting_;
-    --threads_;
+    led_ = false;
     workers_.erase(self);
     throw;
   }
 }
 
-void Worker_pool::run(std::list<std::thread>::iterator self) {
+void Worker_pool::run(Self self) {
   Workspace workspace;
-  while (!stopping_) {
-    auto const sign = readiness_.wait(threads_ > 1 ? std::optional(spare_time) : std::nullopt);
-    if (sign) {
-      --waiting_;
-      serve_(*sign, workspace);
-      ++waiting_;
-    } else if (leave(self)) {
+  do {
+    auto const sign = readiness_.wait();
+    if (stopping_) {
       return;
     }
-  }
+    led_ = false;
+    if (sign) {
+      left_alone_();
+      serve_(*sign, workspace);
+    }
+  } while (follow(self));
 }
 
-// A spare thread leaves, provided that another one waits.
-bool Worker_pool::leave(std::list<std::thread>::iterator self) {
-  std::lock_guard<std::mutex> const lock(mutex_);
-  if (stopping_) {
+// Waits for the lead. False when the thread is to leave.
+bool Worker_pool::follow(Self self) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  if (!led_) {
+    led_ = true;
     return true;
   }
-  std::size_t others = waiting_;
-  do {
-    if (others < 2) {
-      return false;
-    }
-  } while (!waiting_.compare_exchange_weak(others, others - 1));
-  --threads_;
+  ++followers_;
+  bool const leads = promoted_.wait_for(lock, spare_time, [this] { return promotions_ > 0 || stopping_; });
+  --followers_;
+  if (stopping_) {
+    return false;
+  }
+  if (leads) {
+    --promotions_;
+    return true;
+  }
   departed_.splice(departed_.end(), workers_, self);
-  return true;
+  return false;
 }
 
 void Worker_pool::stop() noexcept {
-  stopping_ = true;
+  {
+    std::lock_guard<std::mutex> const lock(mutex_);
+    stopping_ = true;
+    promoted_.notify_all();
+  }
   readiness_.end();
-  // No thread joins or leaves any more once the mutex has been held with stopping_ set.
-  { std::lock_guard<std::mutex> const lock(mutex_); }
+  // No thread comes or departs any more.
   for (auto* threads : {&workers_, &departed_}) {
     for (std::thread& thread : *threads) {
       thread.join();

@@ -3,6 +3,7 @@
 #define PLATFORM_SRC_COM_RUNTIME_WORKER_POOL_H
 
 #include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -15,43 +16,59 @@
 
 namespace linux_platform::com {
 
-/// The threads that run methods, as leader and followers: all wait at one place, one of them takes what comes and deals
-/// with it to its end, and the others go on waiting.
+/// The threads that run methods, as leader and followers: the leader waits for the next sign and deals with it to its
+/// end; then it leads again, unless another one does so by now. No thread is woken on the way of a request.
 ///
-/// One thread waits as long as the pool lives. Before a thread enters a method it sees to it that another one waits,
-/// up to the limit; a thread that was not needed for some seconds leaves. All of them block all signals.
+/// While a method runs nobody leads. Most methods are over before the next request could be read by anyone else; for
+/// those that are not, whoever watches over the pool calls promote(), and a follower or a new thread takes the lead.
+/// (Two threads that wait at the same place take turns, which costs more than all the rest of the pool's work.)
+///
+/// One thread lives as long as the pool; the others leave when they have not been needed for some seconds. All of them
+/// block all signals.
 class Worker_pool final {
  public:
-  /// `serve` deals with the sign of the given id; it must not throw. `limit` is the number of threads, at least one.
+  /// Deals with the sign of the given id, on a worker; must not throw.
   using Serve = std::function<void(std::uint64_t id, Workspace& workspace)>;
-  Worker_pool(std::size_t limit, Serve serve) : limit_(limit), serve_(std::move(serve)) {}
+  /// Called by a worker that has just given up the lead.
+  using Left_alone = std::function<void()>;
+
+  /// `limit` is the number of threads, at least one.
+  Worker_pool(std::size_t limit, Serve serve, Left_alone left_alone)
+      : limit_(limit), serve_(std::move(serve)), left_alone_(std::move(left_alone)) {}
   ~Worker_pool() { stop(); }
   Worker_pool(Worker_pool const&) = delete;
   Worker_pool& operator=(Worker_pool const&) = delete;
 
-  /// Where the workers wait.
+  /// Where the leader waits.
   Readiness& readiness() noexcept { return readiness_; }
 
   /// Starts the first thread; without effect when it runs. Throws std::system_error.
   void start();
-  /// Called by a worker that is about to enter a method.
-  void keep_one_waiting() noexcept;
+  bool has_leader() const noexcept { return led_; }
+  /// Has a leader when it returns true; otherwise all threads that there may be are inside methods, and the first to
+  /// come out leads.
+  bool promote() noexcept;
   /// Ends the threads once they come out of what they are doing, and waits for that.
   void stop() noexcept;
 
  private:
-  void add_worker();
-  void run(std::list<std::thread>::iterator self);
-  bool leave(std::list<std::thread>::iterator self);
+  using Self = std::list<std::thread>::iterator;
+
+  void add_leader();
+  void run(Self self);
+  bool follow(Self self);
 
   std::size_t const limit_;
   Serve const serve_;
+  Left_alone const left_alone_;
   Readiness readiness_;
-  std::atomic<std::size_t> waiting_{0};  ///< threads that wait or are about to
-  std::atomic<std::size_t> threads_{0};
+  std::atomic<bool> led_{false};  ///< set with the mutex held, cleared by the leader
   std::atomic<bool> stopping_{false};
 
   std::mutex mutex_;  ///< guards what follows
+  std::condition_variable promoted_;
+  std::size_t followers_ = 0;
+  std::size_t promotions_ = 0;  ///< followers that have been made leader and do not know yet: 0 or 1
   std::list<std::thread> workers_;
   std::list<std::thread> departed_;  ///< have left or are just leaving
 };
