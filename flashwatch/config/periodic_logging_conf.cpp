@@ -18,7 +18,7 @@ std::int64_t count(std::chrono::minutes period) { return period.count(); }
 }  // namespace
 
 Periodic_logging_conf::Periodic_logging_conf(boost::optional<std::chrono::minutes> const& configured)
-    : period_(default_period), enabled_(true) {
+    : period_(default_period) {
   auto line = ara::log::LogDebug();
   if (!configured) {
     line << "Log period missing - default time:" << count(default_period) << "minutes will be used";

@@ -21,7 +21,7 @@ class Periodic_logging_conf final : public Periodic_logging_conf_if {
 
  private:
   std::chrono::minutes period_;
-  bool enabled_;
+  bool enabled_ = true;
 };
 
 }  // namespace orvel::flashwatch::diagnostics

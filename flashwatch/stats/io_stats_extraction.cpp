@@ -42,15 +42,16 @@ std::map<std::string, persistency::KVS_io_stat> Io_stats_extraction::get_KVS_sta
 void Io_stats_extraction::init_proxy() {
   Find_policy<persistency::proxy::statisticsProxy> const finder;
   auto const waiting = diagnostics::make_sleep_interrupt_policy(search_interval, stop_);
-  auto proxy = finder.find(instance_id_);
-  while (proxy == nullptr) {
+  while (true) {
+    if (auto proxy = finder.find(instance_id_)) {
+      proxy_ = std::move(proxy);
+      return;
+    }
     if (!waiting->retry()) {
       ara::log::LogDebug() << "Find proxy operation interrupted";
-      break;
+      return;
     }
-    proxy = finder.find(instance_id_);
   }
-  proxy_ = std::move(proxy);
 }
 
 }  // namespace orvel::flashwatch

@@ -16,8 +16,8 @@ namespace linux_platform::per {
 /// The counters of one storage, shared through a file in the run directory (see Usage_file), which outlives the
 /// process but not the machine's restart. The lock on that file is what keeps a storage to one process at a time.
 ///
-/// Written with plain writes, not through a memory mapping: a write of 8 bytes to a memory file system costs less than a
-/// microsecond and cannot raise a signal, whatever others do to the file.
+/// Written with plain writes, not through a memory mapping: a write of 8 bytes to a memory file system costs less than
+/// a microsecond and cannot raise a signal, whatever others do to the file.
 class Usage_counters final : public Write_meter_if {
  public:
   /// Opens the file, and makes or repairs it. Waits up to `lock_wait` while another process has the storage open.

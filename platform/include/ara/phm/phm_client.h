@@ -20,8 +20,9 @@ class Phm_client_interface {
   Phm_client_interface() = default;
 };
 
-/// Connects the process to the health management instance of that name. The constructor may throw what is wrong with the
-/// platform's set-up (std::runtime_error, one line); an instance that the set-up does not mention gets default settings.
+/// Connects the process to the health management instance of that name. The constructor may throw what is wrong with
+/// the platform's set-up (std::runtime_error, one line); an instance that the set-up does not mention gets default
+/// settings.
 class Phm_client final : public Phm_client_interface {
  public:
   explicit Phm_client(std::string instance);

@@ -12,10 +12,10 @@ namespace ara::phm {
 
 /// Values of GetSupervisionStatus.
 namespace supervision_status {
-constexpr std::uint8_t ok = 0;                ///< checkpoints arrive within their window
-constexpr std::uint8_t checkpoint_late = 1;   ///< the last checkpoint came later than the window allows
-constexpr std::uint8_t not_reported = 2;      ///< health management is named but the checkpoint could not be told
-constexpr std::uint8_t unknown_entity = 3;    ///< no such instance or supervised entity was reported
+constexpr std::uint8_t ok = 0;               ///< checkpoints arrive within their window
+constexpr std::uint8_t checkpoint_late = 1;  ///< the last checkpoint came later than the window allows
+constexpr std::uint8_t not_reported = 2;     ///< health management is named but the checkpoint could not be told
+constexpr std::uint8_t unknown_entity = 3;   ///< no such instance or supervised entity was reported
 }  // namespace supervision_status
 
 /// Through this a process shows that it is alive. Used by one thread at a time.
