@@ -10,7 +10,7 @@
 namespace orvel::flashwatch::diagnostics {
 namespace {
 
-/// Everything from here to the end. A read error ends the text, and the syntax check then refuses what is there.
+/// Everything from here to the end. After a read error there is no text, which the syntax check refuses.
 std::string read_to_end(std::istream& stream) {
   std::string text;
   try {

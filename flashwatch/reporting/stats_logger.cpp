@@ -48,7 +48,7 @@ void Stats_logger::info_log_stats(std::vector<Stat_record> const& records) {
 }
 
 void Stats_logger::debug_log_stats(std::vector<Stat_record> const& records) {
-  // The texts cost more than the line; diagnostic requests come often and this level is usually off.
+  // The texts cost more than the line, and diagnostic requests come often: none are made when nobody wants them.
   if (!logger_.IsLogEnabled(ara::log::LogLevel::kDebug)) {
     return;
   }

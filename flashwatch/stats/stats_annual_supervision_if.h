@@ -16,7 +16,8 @@ class Stats_annual_supervision_if {
   Stats_annual_supervision_if(Stats_annual_supervision_if const&) = delete;
   Stats_annual_supervision_if& operator=(Stats_annual_supervision_if const&) = delete;
 
-  /// A record for each application, in the order of their ids. Throws what the readout of the statistics throws.
+  /// A record for each entry of the statistics, in the order of their keys. Throws what the readout of the statistics
+  /// throws, and in the first readout what the storage throws when it is asked whether a key exists.
   virtual std::vector<Stat_record> get_stats() = 0;
 
   /// The same, but a failure is logged and gives no records. Never throws.

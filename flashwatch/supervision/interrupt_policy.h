@@ -6,8 +6,8 @@
 
 namespace orvel::flashwatch::diagnostics {
 
-/// A wait that ends when the stop flag is set or a signal cuts a sleep short. The flag outlives the policy, which only
-/// reads it.
+/// A wait that a signal ends by cutting a sleep short; the stop flag is looked at before each sleep and at the end. The
+/// flag outlives the policy, which only reads it.
 class Interrupt_policy {
  public:
   explicit Interrupt_policy(std::atomic<bool> const& stop) : stop_(stop) {}

@@ -13,10 +13,11 @@ namespace orvel::flashwatch::diagnostics {
 // The three policies that the service uses, each with a clock of its own. Arguments are stored, not checked; `stop`
 // outlives the policy.
 
-/// One sleep of `wait`, ended by the stop flag or a signal.
+/// One sleep of `wait`, which a signal cuts short; false when one did or when `stop` is set before or after it.
 std::unique_ptr<Retry_policy_if> make_sleep_interrupt_policy(std::chrono::seconds wait, std::atomic<bool> const& stop);
 
-/// `period` in sleeps of one minute with one alive checkpoint after each, ended by the stop flag or a signal.
+/// `period` in sleeps of one minute with one alive checkpoint after each. A signal ends it at once, `stop` set without
+/// one at the end of the current sleep.
 std::unique_ptr<Retry_policy_if> make_sleep_alive_supervised_interrupt_policy(std::chrono::minutes period,
                                                                               std::atomic<bool> const& stop);
 

@@ -10,7 +10,7 @@ Meta_info read_meta_info(tarn::com::cpp_binding::Deserializer& in) {
   in.read_array([&] {
     std::string key = in.read_string();
     std::string value = in.read_string();
-    meta_info.emplace(std::move(key), std::move(value));
+    meta_info.insert_or_assign(std::move(key), std::move(value));
   });
   return meta_info;
 }

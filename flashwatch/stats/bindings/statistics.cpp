@@ -43,7 +43,7 @@ statistics::get_KVS_statistics::Output read_kvs_statistics(tarn::com::cpp_bindin
     in.read_array([&] {
       std::string key = in.read_string();
       // The sender's map is ordered, so the new entry nearly always belongs at the end.
-      output.emplace_hint(output.end(), std::move(key), read_stat(in));
+      output.insert_or_assign(output.end(), std::move(key), read_stat(in));
     });
   });
   return output;

@@ -18,12 +18,12 @@ struct statistics {
   /// No arguments; one declared result, no application errors.
   struct get_KVS_statistics {
     static constexpr char const* name = "get_KVS_statistics";
-    /// The key of each entry is its application id.
+    /// The key of each entry is expected to be its application id.
     using Output = std::map<std::string, KVS_io_stat>;
   };
 };
 
-/// The result on the wire: a record holding the map. Of two entries with one key the first counts. Throws what
+/// The result on the wire: a record holding the map. Of two entries with one key the last counts. Throws what
 /// Deserializer throws.
 statistics::get_KVS_statistics::Output read_kvs_statistics(tarn::com::cpp_binding::Deserializer& in);
 void write_kvs_statistics(tarn::com::cpp_binding::Serializer& out,

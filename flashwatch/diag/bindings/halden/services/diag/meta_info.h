@@ -13,7 +13,7 @@ namespace halden::services::diag {
 /// What the diagnostic manager tells a data identifier service about a request.
 using Meta_info = std::map<std::string, std::string>;
 
-/// Of two entries with one key the first counts. Throws what Deserializer throws.
+/// Of two entries with one key the last counts. Throws what Deserializer throws.
 Meta_info read_meta_info(tarn::com::cpp_binding::Deserializer& in);
 void write_meta_info(tarn::com::cpp_binding::Serializer& out, Meta_info const& meta_info);
 
