@@ -17,8 +17,8 @@ class Time_wrapper_if {
   /// Seconds since the epoch, wall clock.
   virtual std::time_t get_current_time() const = 0;
 
-  /// Blocks for `duration`. Returns the whole seconds that were not slept: 0 when the time passed, more when a signal cut
-  /// the sleep short. A rest of less than a second may count as 0.
+  /// Blocks for `duration`. Returns the whole seconds that were not slept: 0 when the time passed, more when a signal
+  /// cut the sleep short. A rest of less than a second may count as 0.
   virtual unsigned sleep(std::chrono::seconds duration) const = 0;
 
  protected:
