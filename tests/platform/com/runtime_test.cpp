@@ -2,6 +2,7 @@
 // Nodes that find and call each other through proxies and skeletons: what comes and goes, what is refused, methods
 // that call on, and ends that come in time.
 #include <chrono>
+#include <cstring>
 #include <dirent.h>
 #include <fstream>
 #include <future>
@@ -308,8 +309,10 @@ Threads threads() {
     for (std::string line; std::getline(status, line);) {
       if (line.rfind("SigBlk:", 0) == 0) {
         ++counted.all;
-        // All but SIGKILL, SIGSTOP and the two that the C library keeps for itself.
-        counted.without_signals += line.find("fffffffe7ffbfeff") != std::string::npos ? 1 : 0;
+        // All but SIGKILL, SIGSTOP and the two that the C library keeps for itself (and blocks while a thread starts).
+        constexpr unsigned long long all = 0xfffffffe7ffbfeffULL;
+        unsigned long long const blocked = std::stoull(line.substr(std::strlen("SigBlk:")), nullptr, 16);
+        counted.without_signals += (blocked & all) == all ? 1 : 0;
       }
     }
   }
