@@ -20,7 +20,10 @@ class Find_policy final : public Find_policy_if<Proxy> {
   std::unique_ptr<Proxy> find(std::string const& instance_id) const override {
     auto const handles = Proxy::FindService(com::runtime::Instance_id(instance_id));
     ara::log::LogDebug() << "FindService(\"" << instance_id << "\")->" << std::uint64_t{handles.size()};
-    return handles.empty() ? nullptr : std::make_unique<Proxy>(handles.front());
+    if (handles.empty()) {
+      return nullptr;
+    }
+    return std::make_unique<Proxy>(handles.front());
   }
 };
 
