@@ -11,11 +11,12 @@ namespace com = linux_platform::com;
 
 class Proxy_base::Implementation final {
  public:
-  explicit Implementation(std::string const& interface)
-      : runtime(com::Process_runtime::get()), deployment(runtime->deployment(interface)) {}
+  Implementation(std::string const& interface, Service_handle peer)
+      : runtime(com::Process_runtime::get()), deployment(runtime->deployment(interface)), handle(peer) {}
 
   std::shared_ptr<com::Runtime> const runtime;
   std::shared_ptr<com::Service_deployment const> const deployment;
+  Service_handle const handle;
 };
 
 std::vector<Service_handle> Proxy_base::find(std::string const& interface,
@@ -30,7 +31,7 @@ std::vector<Service_handle> Proxy_base::find(std::string const& interface,
 }
 
 Proxy_base::Proxy_base(std::string const& interface, Service_handle handle)
-    : handle_(handle), implementation_(std::make_unique<Implementation>(interface)) {}
+    : implementation_(std::make_unique<Implementation>(interface, handle)) {}
 
 Proxy_base::~Proxy_base() = default;
 
@@ -41,8 +42,8 @@ std::uint16_t Proxy_base::method_id(std::string const& name) const {
 std::shared_ptr<ara::com::Future_driver_if> Proxy_base::send(std::uint16_t method,
                                                              Write_arguments const& write_arguments,
                                                              std::unique_ptr<Reply_if> reply) const {
-  return implementation_->runtime->call(implementation_->deployment, handle_.instance, method, write_arguments,
-                                        std::move(reply));
+  return implementation_->runtime->call(implementation_->deployment, implementation_->handle.instance, method,
+                                        write_arguments, std::move(reply));
 }
 
 }  // namespace tarn::com::cpp_binding

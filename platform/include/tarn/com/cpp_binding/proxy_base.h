@@ -91,7 +91,6 @@ class Proxy_base {
                                                    std::unique_ptr<Reply_if> reply) const;
 
   class Implementation;
-  Service_handle handle_;
   std::unique_ptr<Implementation> implementation_;
 };
 
