@@ -62,6 +62,15 @@ class Future_state {
     completed_.notify_all();
   }
 
+  /// Completes with std::future_error (broken_promise), unless there is a result already.
+  void abandon() noexcept {
+    std::unique_lock<std::mutex> const lock(mutex_);
+    if (!std::exchange(complete_, true)) {
+      error_ = std::make_exception_ptr(std::future_error(std::future_errc::broken_promise));
+      completed_.notify_all();
+    }
+  }
+
   bool is_ready() const {
     std::unique_lock<std::mutex> const lock(mutex_);
     return complete_;
@@ -215,8 +224,8 @@ class Promise_base {
  private:
   // A promise that goes without a result must not leave its future waiting.
   void abandon() noexcept {
-    if (state_ != nullptr && !state_->is_ready()) {
-      state_->set_exception(std::make_exception_ptr(std::future_error(std::future_errc::broken_promise)));
+    if (state_ != nullptr) {
+      state_->abandon();
     }
   }
 
