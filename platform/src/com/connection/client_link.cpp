@@ -82,6 +82,7 @@ std::optional<std::uint16_t> Client_link::enter(Client_request& request) {
     gone.expire();
   }
   if (!session) {
+    // NOLINTNEXTLINE(bugprone-use-after-move): a request that was moved has a session.
     request.fail(Return_code::not_ok, std::to_string(limits_.outstanding_requests) +
                                           " requests are waiting for answers on the connection to " + peer_ +
                                           " already");

@@ -6,7 +6,7 @@
 namespace linux_platform::com {
 namespace {
 
-constexpr std::size_t most_held_back = 64 * 1024;
+constexpr std::size_t most_held_back = 64UL * 1024;
 
 }  // namespace
 
