@@ -29,7 +29,7 @@ void control(int epoll, int operation, int descriptor, std::uint32_t events, std
 
 }  // namespace
 
-Readiness::Readiness() : epoll_(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")), end_(-1) {
+Readiness::Readiness() : epoll_(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")) {
   try {
     end_ = checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
     // Level-triggered and never read, so that every wait ends.

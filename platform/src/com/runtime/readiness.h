@@ -33,7 +33,7 @@ class Readiness final {
 
  private:
   int epoll_;
-  int end_;
+  int end_ = -1;
 };
 
 }  // namespace linux_platform::com

@@ -23,7 +23,7 @@ constexpr std::uint64_t max_port = 0xFFFF;
 
 boost::asio::ip::address_v4 read_address(Node const& node) {
   boost::system::error_code error;
-  auto const address = boost::asio::ip::make_address_v4(node.text(), error);
+  auto address = boost::asio::ip::make_address_v4(node.text(), error);
   if (error || address.is_unspecified() || address.is_multicast()) {
     node.refuse("must be an IPv4 address of one machine");
   }
@@ -33,7 +33,7 @@ boost::asio::ip::address_v4 read_address(Node const& node) {
 String_encoding read_encoding(Node const& node) {
   std::string const name = node.text();
   if (name != "utf8_bom" && name != "utf8") {
-    node.refuse("must be \"utf8_bom\" or \"utf8\"");
+    node.refuse(R"(must be "utf8_bom" or "utf8")");
   }
   return name == "utf8" ? String_encoding::plain : String_encoding::utf8_bom;
 }
