@@ -5,8 +5,9 @@ import signal
 import struct
 from functools import partial
 
-from service_machine import EXCEEDANCE, REPORT, statistics
+from machine import EXCEEDANCE, REPORT, Watched_machine, statistics
 
+NEEDS_ETC = True
 MOST = 1000
 # Entries of a report: the counter of entries is a byte and starts again with every 256 applications.
 ENTRIES_OF_256 = 15
@@ -53,7 +54,7 @@ def nobody_then_somebody(new_machine):
 
 def real_storages(new_machine):
     with new_machine() as machine:
-        machine.communication["limits"]["response_time_ms"] = 20000
+        machine.limits["response_time_ms"] = 20000
         with machine.start("sample_navigation") as process:
             assert process.end(signal.SIGTERM) == 0
         for number in range(MOST - 2):  # with the sample and flashwatch itself
@@ -69,9 +70,10 @@ def real_storages(new_machine):
         assert "Missing years in use" not in text
 
 
-def rows(new_machine):
+def rows(programs):
+    new_machine = partial(Watched_machine, programs)
     with new_machine() as machine:
-        machine.communication["limits"]["response_time_ms"] = 20000
+        machine.limits["response_time_ms"] = 20000
         machine.offer()
         with machine.start() as process:
             for count in (MOST, 15, 16, 255, 256, 257, 271, 272, 0):

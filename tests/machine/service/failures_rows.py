@@ -2,8 +2,9 @@
 """What keeps flashwatch from starting: exit code 1, and one line that says why."""
 from functools import partial
 
-from service_machine import CONFIGURATION
+from machine import CONFIGURATION, Watched_machine
 
+NEEDS_ETC = True
 NO_FILE = None
 JSON = "[json.exception."
 REFUSED = ('instance identifier "nobody" refused: neither a number from 1 to 65534 nor the name of an instance in the '
@@ -42,6 +43,7 @@ def fails(new_machine, configuration, changes, error):
             assert "Application state" not in process.text() and "Application finished" not in process.text()
 
 
-def rows(new_machine):
+def rows(programs):
+    new_machine = partial(Watched_machine, programs)
     for name, row in FAILURES.items():
         yield name, partial(fails, new_machine, *row)

@@ -5,9 +5,10 @@ import threading
 import time
 from functools import partial
 
-from service_machine import CONFIGURATION, EXCEEDANCE, REPORT, RESPONSE_TIME_MS, statistics
+from machine import CONFIGURATION, EXCEEDANCE, REPORT, RESPONSE_TIME_MS, Watched_machine, statistics
 from someip_client import message
 
+NEEDS_ETC = True
 FEW = {"alpha": (0, 1, 2, 0, 3, 4, 5, 6)}
 SIGNALS = (signal.SIGTERM, signal.SIGINT, signal.SIGABRT)
 SEARCHED = "debug FindService(\" persistency_statistics \")-> 0"
@@ -84,7 +85,7 @@ def during_the_last_call(new_machine, answers):
 def stopped_while_nothing_is_answered(new_machine, callers):
     """Callers queue for the statistics, each for the response time; the shutdown is the last of them."""
     with new_machine() as machine:
-        machine.communication["limits"]["response_time_ms"] = 400
+        machine.limits["response_time_ms"] = 400
         machine.offer()
         with machine.start() as process:
             readers = [threading.Thread(target=machine.read, args=((REPORT, EXCEEDANCE)[each % 2],))
@@ -118,7 +119,8 @@ def with_less(new_machine, changes, missing):
             assert missing not in process.text(), process.text()
 
 
-def rows(new_machine):
+def rows(programs):
+    new_machine = partial(Watched_machine, programs)
     for test in (during_the_search, during_a_wait, during_a_call):
         for number in SIGNALS:
             yield f"{number.name} {test.__name__}", partial(test, new_machine, number)

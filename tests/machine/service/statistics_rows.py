@@ -4,9 +4,10 @@ import os
 import time
 from functools import partial
 
-from service_machine import EXCEEDANCE, REPORT, RESPONSE_TIME_MS, statistics
+from machine import EXCEEDANCE, REPORT, RESPONSE_TIME_MS, Watched_machine, statistics
 from someip_node import ERROR, RESPONSE
 
+NEEDS_ETC = True
 FEW = {"alpha": (0, 1, 0, 0, 2, 0, 3, 4), "beta": (0,) * 8}
 ENTRIES = "0000000000001234" "0000000000000003" "0000000000000002" "0000000000000001" + "00" * 32
 READ = "80/00 00000001" "02" "00000040" + ENTRIES
@@ -83,7 +84,8 @@ def goes_and_comes_back(machine, process, silent):
     await_read(machine, READ)
 
 
-def rows(new_machine):
+def rows(programs):
+    new_machine = partial(Watched_machine, programs)
     with new_machine() as machine:
         machine.offer()
         with machine.start() as process:

@@ -2,9 +2,10 @@
 """Both data identifiers on the wire: what is answered, and what is not."""
 from functools import partial
 
-from service_machine import EXCEEDANCE, REPORT, statistics
+from machine import EXCEEDANCE, PORTS, REPORT, Watched_machine, statistics
 from someip_client import describe, message
 
+NEEDS_ETC = True
 FEW = {"alpha": (1, 0x0102, 3, 4, 0x0807060504030201, 6, 0x1112131415161718, 1 << 63),
        "no scid": (7, 8, 9, 10, 11, 12, 1000, 2000), "omega": (0,) * 8}
 ENTRIES = ("0000000000001234" "1112131415161718" "0807060504030201" "0000000000000102"
@@ -83,9 +84,8 @@ def exceedance(machine, changes, expected):
 
 
 def found(machine, peer):
-    address = machine.manifest["processes"]["flashwatch"]["address"]
-    for service, port in ((REPORT, 30510), (EXCEEDANCE, 30511)):
-        assert peer.await_offer(service) == (address, port)
+    for service in (REPORT, EXCEEDANCE):
+        assert peer.await_offer(service) == (machine.address(), PORTS[service])
 
 
 def withdrawn(process, peer):
@@ -94,10 +94,11 @@ def withdrawn(process, peer):
         peer.await_offer(service, present=False)
 
 
-def rows(new_machine):
+def rows(programs):
+    new_machine = partial(Watched_machine, programs)
     with new_machine(answer=statistics(FEW)) as machine:
         machine.offer()
-        with machine.start() as process, machine.peer() as peer:
+        with machine.start() as process, machine.played(102, []) as peer:
             yield "found by discovery", partial(found, machine, peer)
             for name, row in MESSAGES.items():
                 yield name, partial(converse, machine, *row)

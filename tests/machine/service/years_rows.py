@@ -8,8 +8,9 @@ import tempfile
 from datetime import datetime, timezone
 from functools import partial
 
-from service_machine import EXCEEDANCE, REPORT, statistics
+from machine import EXCEEDANCE, REPORT, Watched_machine, statistics
 
+NEEDS_ETC = True
 FAKETIME = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1"
 FIRST_USE = int(datetime(2027, 3, 1, tzinfo=timezone.utc).timestamp())
 YEAR = 31556952
@@ -101,7 +102,8 @@ def own_session_writes(machine, exceeded):
     return session
 
 
-def rows(new_machine):
+def rows(programs):
+    new_machine = partial(Watched_machine, programs)
     with new_machine() as machine:
         machine.offer()
         state = []

@@ -10,30 +10,28 @@ import subprocess
 import tempfile
 import threading
 
-READY_LIMIT = 20  # seconds; sanitizers are slow
-END_LIMIT = 20
-TEXT_LIMIT = 30
+LIMIT = 30  # seconds for whatever is waited for; sanitizers are slow
 F_SETPIPE_SZ = 1031  # fcntl(2); Debian 12's module does not name it
 PIPE_BYTES = 1 << 20  # the programs do not wait for a reader of their log
 
 
 class Process:
     """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest, or gets
-    ready later. `variables` come on top of the environment."""
+    ready later. `variables` come on top of the environment; `prepare` is called in the new process."""
 
-    def __init__(self, program, name, manifest, expect_ready=True, variables=None):
+    def __init__(self, program, name, manifest, expect_ready=True, variables=None, prepare=None):
         self.directory = tempfile.TemporaryDirectory()
         path = pathlib.Path(self.directory.name)
         (path / "machine.json").write_text(json.dumps(manifest))
         self.notify = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
         self.notify.bind(str(path / "notify"))
-        self.notify.settimeout(READY_LIMIT)
+        self.notify.settimeout(LIMIT)
         environment = {**os.environ, "ARA_MACHINE_MANIFEST": str(path / "machine.json"), "ARA_PROCESS": name,
                        "NOTIFY_SOCKET": str(path / "notify"), "DLT_PIPE_DIR": str(path), **(variables or {})}
         self.log = b""
         self.changed = threading.Condition()
         self.child = subprocess.Popen([program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                      stderr=subprocess.STDOUT, bufsize=0)
+                                      stderr=subprocess.STDOUT, bufsize=0, preexec_fn=prepare)
         fcntl.fcntl(self.child.stdout, F_SETPIPE_SZ, PIPE_BYTES)
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
@@ -46,21 +44,19 @@ class Process:
                 self.log += part
                 self.changed.notify_all()
 
-    def await_ready(self):
+    def await_ready(self, state=b"READY=1"):
         try:
-            assert b"READY=1" in self.notify.recv(4096)
+            assert state in self.notify.recv(4096)
         except (OSError, AssertionError):
-            self.child.kill()
-            self.wait()
-            raise AssertionError(f"it was not ready: {self.text()}") from None
+            self.end(signal.SIGKILL)
+            raise AssertionError(f"it did not tell {state}: {self.text()}") from None
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
         if self.child.poll() is None:
-            self.child.kill()
-            self.wait()
+            self.end(signal.SIGKILL)
         self.child.stdout.close()
         self.notify.close()
         self.directory.cleanup()
@@ -71,8 +67,8 @@ class Process:
         return self.wait()
 
     def wait(self):
-        code = self.child.wait(END_LIMIT)
-        self.reader.join(END_LIMIT)
+        code = self.child.wait(LIMIT)
+        self.reader.join(LIMIT)
         return code
 
     def descriptors(self):
@@ -84,5 +80,5 @@ class Process:
     def await_text(self, words, count=1, since=0):
         """Until the log holds the words that often, from an earlier length of it on."""
         with self.changed:
-            assert self.changed.wait_for(lambda: self.log.count(words.encode(), since) >= count, TEXT_LIMIT), (
+            assert self.changed.wait_for(lambda: self.log.count(words.encode(), since) >= count, LIMIT), (
                 f"'{words}' is not there {count} times in: {self.text()[since:]}")

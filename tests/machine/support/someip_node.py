@@ -14,7 +14,7 @@ from scapy.packet import Raw  # noqa: E402
 
 RESPONSE, ERROR = 0x80, 0x81
 OFFER_PERIOD = 0.2  # seconds
-OFFER_LIMIT = 20
+OFFER_LIMIT = 30
 
 
 class Service:

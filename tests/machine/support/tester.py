@@ -16,9 +16,9 @@ ENTITY, EVERYBODY = 0x1001, 0xE400
 
 def describe(message):
     doip = DoIP(message)
-    if doip.payload_type == 0x8001:
-        return "uds " + message[12:].hex().upper()
-    return {
+    assert message[0] ^ message[1] == 0xFF, message.hex()
+    return ("" if message[0] == 2 else f"v{message[0]} ") + {
+        0x8001: lambda: "uds " + message[12:].hex().upper(),
         0x0000: lambda: f"header nack {doip.nack:02X}",
         0x0004: lambda: f"vehicle {doip.vin.decode()} {doip.logical_address:04X} {doip.eid.hex()} {doip.gid.hex()}",
         0x0006: lambda: f"routing {doip.logical_address_tester:04X} {doip.routing_activation_response:02X}",

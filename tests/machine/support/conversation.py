@@ -6,7 +6,8 @@
   1 activates [NN]        asks for routing activation (of a type)
   1 joins                 opens, activates, and hears that it is activated
   1 sends HEX / drips HEX as it stands / byte by byte
-  1 asks HEX / all HEX    a UDS request to the entity / to all entities
+  1 asks HEX / all HEX    a UDS request to the entity / to all entities; with an answer behind it, what is heard then:
+                          the acknowledgement and, unless it is "-", a response
   1 is alive              answers an alive check
   1 leaves / breaks off   closes / resets the connection
   1 hears WORDS           the next message; with "after N", no sooner than N ms after the step before
@@ -14,7 +15,7 @@
   1 reads HEX RESPONSE    asks for identifiers, and what it then finally hears
   1 awaits HEX RESPONSE   the same, again and again until it is heard
   udp sends HEX / hears WORDS / awaits HEX WORDS (with which the answer begins)
-  17F0 WORD / both WORD   what the service behind the identifier does from now on: a word of the machine's
+  WHO WORD                somebody else of the machine behaves in that way from now on
 """
 import time
 
@@ -24,11 +25,20 @@ TOLERANCE = 0.03  # seconds: a timer of the entity starts before the tester hear
 
 
 class Conversation:
-    def __init__(self, machine):
-        self.machine = machine
+    """`behave(who, word)` is for those who are no testers."""
+
+    def __init__(self, address, behave):
+        self.address, self.behave = address, behave
         self.testers = {}
         self.last = time.monotonic()
         self.udp = Discoverer()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for each in [*self.testers.values(), self.udp]:
+            each.close()
 
     def play(self, script):
         for step in (each.strip() for each in script.split(";")):
@@ -37,10 +47,10 @@ class Conversation:
             try:
                 if who == "udp":
                     self._udp(what, words)
-                elif len(who) == 4:
-                    self.machine.behave(who, what)
-                else:
+                elif len(who) == 1:
                     self._tester(who, what, words)
+                else:
+                    self.behave(who, what)
             except AssertionError as failure:
                 raise AssertionError(f"{step}: {failure}") from None
             self.last = started
@@ -52,13 +62,9 @@ class Conversation:
                 rest = b""
             assert not rest, f"tester {name} hears more: {rest.hex()}"
 
-    def close(self):
-        for each in [*self.testers.values(), self.udp]:
-            each.close()
-
     def _tester(self, name, what, words):
         if what in ("opens", "joins"):
-            self.testers[name] = Tester(self.machine.address, 0x0E80 + int(name))
+            self.testers[name] = Tester(self.address, 0x0E80 + int(name))
         tester = self.testers[name]
         if what == "joins":
             tester.join()
@@ -71,10 +77,16 @@ class Conversation:
         elif what == "sends":
             tester.send(bytes.fromhex("".join(words)))
         elif what == "drips":
-            for byte in bytes.fromhex(words[0]):
+            for byte in bytes.fromhex("".join(words)):
                 tester.send(bytes([byte]))
         elif what == "asks":
-            tester.send(tester.diagnosis(bytes.fromhex(words[-1]), *[EVERYBODY] * (words[0] == "all")))
+            target = (EVERYBODY,) if words[0] == "all" else ()
+            request, *answer = words[len(target):]
+            tester.send(tester.diagnosis(bytes.fromhex(request), *target))
+            if answer:
+                self._expect(tester.hear, f"ack {'E400' if target else '1001'} {tester.logical:04X}")
+            if answer not in ([], ["-"]):
+                self._expect(tester.hear, "uds " + answer[0])
         elif what in ("leaves", "breaks"):
             self.testers.pop(name).close(abruptly=what == "breaks")
         elif what in ("reads", "awaits"):
@@ -86,10 +98,12 @@ class Conversation:
             at_least = int(words[-1]) / 1000 - TOLERANCE if "after" in words else 0
             self._expect(tester.hear, " ".join(words).split(" after ")[0])
             assert time.monotonic() - self.last >= at_least, "too soon"
+        elif what != "opens":
+            raise ValueError(what)
 
     def _udp(self, what, words):
         def ask():
-            self.udp.send(words[0], self.machine.address)
+            self.udp.send(words[0], self.address)
             return self.udp.hear()
 
         expected = " ".join(words[1:])
@@ -98,7 +112,7 @@ class Conversation:
         elif what == "awaits":
             self._expect(lambda: ask()[:len(expected)], expected, True)
         else:
-            self.udp.send("".join(words), self.machine.address)
+            self.udp.send("".join(words), self.address)
 
     def _expect(self, hear, expected, again=False):
         heard = hear()

@@ -1,0 +1,86 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The statistics service as a process, asked by an independent stack."""
+import resource
+import shutil
+import struct
+from concurrent.futures import ThreadPoolExecutor
+from functools import partial
+
+from machine import STATISTICS, Machine
+from someip_client import describe, message
+
+NAME = "persistency_statistics"
+MANY, ASKERS = 1000, 8
+BUDGETS = {"default_budget": {"soft": 5, "hard": 6}, "budgets": {"copy_7": {"soft": 70, "hard": 71}}}
+NO_TEXT = b"\xFF".decode(errors="surrogateescape")  # a file's name, but no id of an application
+
+
+def ask(machine):
+    """All statistics: the eight numbers of each application, in the order of the wire."""
+    with machine.client(STATISTICS, NAME) as peer:
+        peer.send(message(STATISTICS, 1, b""))
+        data = peer.hear()
+    assert describe(data).startswith("80/00"), data[:40].hex()
+    at, statistics = 24, {}
+    assert struct.unpack_from(">II", data, 16) == (len(data) - 20, len(data) - 24)
+    while at < len(data):
+        size = struct.unpack_from(">I", data, at)[0]
+        key = data[at + 4:at + 4 + size]
+        assert data[at + 4 + size:at + 8 + 2 * size + 4] == struct.pack(">II", 4 + size + 64, size) + key
+        at += 12 + 2 * size
+        statistics[key[3:-1].decode()] = struct.unpack_from(">8Q", data, at)
+        at += 64
+    return statistics
+
+
+def many_storages(programs):
+    with Machine(programs) as machine:
+        machine.manifest["persistency"].update(BUDGETS)
+        with machine.start("sample_navigation") as writer:
+            writer.end()
+        copy_to = lambda name: shutil.copytree(machine.stores / "navigation", machine.stores / name)
+        for number in range(MANY - 1):
+            copy_to(f"copy_{number}")
+        few = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64))
+        with machine.start(NAME, prepare=few) as service, ThreadPoolExecutor(ASKERS) as pool:
+            first, *others = pool.map(lambda _: ask(machine), range(ASKERS))
+            assert len(first) == MANY and all(other == first for other in others)
+            session, total = first["navigation"][0:3], first["navigation"][3:6]
+            assert session == total and total[2] == 5 and total[1] > 0, first["navigation"]
+            # Without counters there is what the store says: everything until its last commit.
+            copy = first["copy_8"]
+            assert copy[:4] == (0, 0, 0, 0) and 0 < copy[4] < total[1] and copy[5:] == (5, 5, 6), copy
+            assert first["copy_7"] == (*copy[:6], 70, 71)
+
+            shutil.rmtree(machine.stores / "copy_0")
+            for name in ("new", NO_TEXT):
+                copy_to(name)
+            (machine.stores / "bad").mkdir()
+            (machine.stores / "bad/store.db").write_bytes(b"no store at all" * 500)
+            for _ in range(2):
+                later = ask(machine)
+                assert set(later) == set(first) - {"copy_0"} | {"new", "bad"}, set(later) ^ set(first)
+                assert later["bad"] == (0, 0, 0, 0, 0, 0, 5, 6) and later["new"] == copy
+            assert service.end() == 0, service.text()
+        for words in ("any more: copy_0\n", "new storage: new\n", "bad/store.db", "finished\n"):
+            assert service.text().count(words) == 1, f"'{words}' is not there once in:\n{service.text()}"
+
+
+def refuses(programs, changes, words):
+    with Machine(programs) as machine:
+        persistency = machine.manifest["persistency"]
+        del persistency["default_budget"]
+        persistency.update(changes)
+        with machine.start(NAME, expect_ready=False) as service:
+            assert service.wait() == 1 and service.text().count(" error ") == 1, service.text()
+            assert "machine.json: persistency." + words in service.text(), service.text()
+
+
+def rows(programs):
+    yield f"{MANY} storages", partial(many_storages, programs)
+    for changes, words in (({}, "default_budget is missing"),
+                           ({"default_budget": {"soft": 5}}, "default_budget.hard is missing"),
+                           ({"default_budget": {"soft": -1, "hard": 1}}, "default_budget.soft must be"),
+                           ({"default_budget": {"soft": 1, "hard": 1, "har": 1}}, "default_budget"),
+                           ({"default_budget": {"soft": 1, "hard": 1}, "budgets": {"a": 5}}, "budgets.a must be")):
+        yield f"refuses {changes}", partial(refuses, programs, changes, words)

@@ -1,0 +1,67 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
+"""Runs the rows of a file and tells which fail.
+
+  driver.py FILE PROGRAMS [WORD]   only the rows whose name holds WORD
+
+The file has a function `rows(programs)` that yields each row's name and test. With NEEDS_ETC it runs where an /etc of its
+own is laid over the host's.
+"""
+import contextlib
+import importlib
+import pathlib
+import sys
+import tempfile
+import time
+import traceback
+
+from machine import MEMORY, surroundings
+
+SKIPPED = 77  # as ctest is told
+
+
+class Skipped(Exception):
+    """What a row needs is not to be had here."""
+
+
+@contextlib.contextmanager
+def own_etc():
+    with tempfile.TemporaryDirectory(dir=MEMORY) as etc:
+        surroundings.lay_over_etc([], pathlib.Path(etc))
+        try:
+            yield
+        finally:
+            surroundings.release_etc(pathlib.Path(etc))
+
+
+def passes(name, test):
+    started = time.monotonic()
+    try:
+        test()
+    except Skipped:
+        raise
+    except Exception:  # whatever went wrong belongs to this row
+        print("FAILED", name, traceback.format_exc(), sep="\n", flush=True)
+        return False
+    print(f"ok     {name} ({time.monotonic() - started:.2f} s)", flush=True)
+    return True
+
+
+def main(file, programs, wanted=""):
+    file = pathlib.Path(file).resolve()
+    sys.path.append(str(file.parent))
+    module = importlib.import_module(file.stem)
+    failed = 0
+    try:
+        with own_etc() if getattr(module, "NEEDS_ETC", False) else contextlib.nullcontext():
+            for name, test in module.rows(pathlib.Path(programs).resolve()):
+                failed += wanted in name and not passes(name, test)
+    except Skipped as reason:
+        print("skipped:", reason)
+        return SKIPPED
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.modules["driver"] = sys.modules["__main__"]
+    sys.exit(main(*sys.argv[1:]))
