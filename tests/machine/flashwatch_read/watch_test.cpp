@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The course of a watch, in a time that the test makes.
+// The course of a watch in a time that the test makes, and what two readings say about the time between them.
 #include "machine/flashwatch_read/watch.h"
 
-#include <chrono>
-#include <cstdint>
-#include <optional>
+#include <limits>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,123 +16,120 @@ namespace flashwatch_read {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
-/// One attempt to read: the total of SCID 1, whose limit is 1000, or none for a failure; and how long it takes.
-struct Attempt {
-  std::optional<std::uint64_t> total;
-  std::chrono::milliseconds takes{0};
-};
+constexpr auto top = std::numeric_limits<std::uint64_t>::max();
 
-/// Plays attempts one after the other; the user stops it after the last.
-class Scripted_source final : public Figure_source_if {
- public:
-  explicit Scripted_source(std::vector<Attempt> attempts) : attempts_{std::move(attempts)} {}
+/// Plays attempts to read, each the total of SCID 1, whose limit is 1000, or none for a failure, and how long it takes.
+/// The user stops it after the last.
+struct Scripted_source final : Figure_source_if {
+  using Attempt = std::pair<std::optional<std::uint64_t>, std::chrono::milliseconds>;
+  explicit Scripted_source(std::vector<Attempt> script) : attempts{std::move(script)} {}
 
   Reading read() override {
-    auto const attempt = attempts_.at(next_++);
-    now_ += attempt.takes;
-    if (!attempt.total) {
-      throw Read_error{"reading something: gone"};
-    }
-    return {{1, {{1, 1000, *attempt.total, 0}}, 0}, *attempt.total > 1000, now_, false};
+    auto const& [total, takes] = attempts.at(next++);
+    time += takes;
+    return total ? Reading{{1, {{1, 1000, *total, 0}}, 0}, *total > 1000, time, false}
+                 : throw Read_error{"reading something: gone"};
   }
-  Deadline now() const override { return now_; }
+  Deadline now() const override { return time; }
   void pause_until(Deadline then) override {
-    pauses.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(then - now_).count());
-    now_ = then;
-    if (next_ == attempts_.size()) {
+    pauses.push_back((then - time) / 1ms);
+    time = then;
+    if (next == attempts.size()) {
       throw Stop_requested{};
     }
   }
 
+  std::vector<Attempt> attempts;
+  std::size_t next = 0;
+  Deadline time;
   std::vector<std::int64_t> pauses;
-
- private:
-  std::vector<Attempt> attempts_;
-  std::size_t next_ = 0;
-  Deadline now_;
 };
 
-class Recording_display final : public Display_if {
- public:
+struct Recording_display final : Display_if {
   void show(Overview const& overview) override {
     auto const& trend = overview.applications.at(0).trend;
-    shown.push_back(trend ? std::to_string(rate_of(*trend)) + " B/s" : "no rate");
+    shown += trend ? std::to_string(rate_of(*trend)) + " B/s; " : "no rate; ";
   }
-  void show_trouble(std::string const& text) override { shown.push_back(text); }
-
-  std::vector<std::string> shown;
+  void show_trouble(std::string const& text) override { shown += text + "; "; }
+  std::string shown;
 };
 
-struct A_watch : ::testing::Test {
-  Exit_code run(Scripted_source& source) { return watch(source, display, Scid_names{}, {"here", true, {}}, 2s); }
+Exit_code run(Scripted_source& source, Recording_display&& display = {}) {
+  return watch(source, display, Scid_names{}, {"here", true, {}}, 2s);
+}
 
+TEST(AWatch, ComparesWithTheLastReadingThatSucceededAndKeepsItsPace) {
+  Scripted_source source{{{100, 0s}, {300, 0s}, {std::nullopt, 0s}, {900, 500ms}, {901, 3000ms}, {902, 0s}}};
   Recording_display display;
-};
-
-TEST_F(A_watch, ComparesWithTheLastReadingThatSucceeded) {
-  Scripted_source source{{{100}, {300}, {std::nullopt}, {900}}};
-
-  EXPECT_EQ(run(source), Exit_code::fine);
-
-  EXPECT_THAT(display.shown,
-              ElementsAre("no rate", "100 B/s", "reading something: gone; trying again every 2 s", "150 B/s"));
+  EXPECT_EQ(watch(source, display, Scid_names{}, {"here", true, {}}, 2s), Exit_code::fine);
+  EXPECT_EQ(display.shown,
+            "no rate; 100 B/s; reading something: gone; trying again every 2 s; 133 B/s; 0 B/s; no rate; ");
+  EXPECT_THAT(source.pauses, ElementsAre(2000, 2000, 2000, 1500, 0, 2000));
 }
 
-TEST_F(A_watch, KeepsItsPaceAndDoesNotCatchUp) {
-  Scripted_source source{{{1}, {2, 500ms}, {3, 3000ms}, {4}}};
-
-  run(source);
-
-  EXPECT_THAT(source.pauses, ElementsAre(2000, 1500, 0, 2000));
-}
-
-TEST_F(A_watch, EndsWithWhatItsLastAttemptCameTo) {
-  Scripted_source exceeded{{{1}, {1001}}};
+TEST(AWatch, EndsWithWhatItsLastAttemptCameTo) {
+  Scripted_source exceeded{{{1, 0s}, {1001, 0s}}};
   EXPECT_EQ(run(exceeded), Exit_code::budget_exceeded);
-  Scripted_source failed{{{1001}, {std::nullopt}}};
+  Scripted_source failed{{{1001, 0s}, {std::nullopt, 0s}}};
   EXPECT_EQ(run(failed), Exit_code::could_not_read);
-  Scripted_source never{{{std::nullopt}}};
+  Scripted_source never{{{std::nullopt, 0s}}};
   EXPECT_THROW(run(never), Read_error);
 }
 
-Overview overview_of(std::uint64_t total, std::optional<Trend> trend) {
-  Overview overview{"here", true, {{{1, 1000, total, 5}, {"radio"}, "radio", trend}}, 1, false, {"Fine."}, {}};
-  return overview;
+TEST(Trends, AreFoundOnlyWhereAnApplicationIsSurelyTheSame) {
+  auto const reading = [](std::chrono::seconds at, std::vector<Report_entry> entries) {
+    return Reading{{0, std::move(entries), 0}, false, Deadline{} + at, false};
+  };
+  // {SCID, limit, total, session}: 1 goes on, 2 is new, 3 began anew, both with 4 go on, 5 has got company.
+  auto const before = reading(10s, {{4, 0, 70, 0}, {1, 0, 10, 0}, {3, 0, 50, 0}, {4, 0, 7, 0}, {5, 0, 1, 0}});
+  auto const now = reading(
+      12s, {{1, 0, 30, 0}, {2, 0, 20, 0}, {3, 0, 49, 0}, {4, 0, 71, 0}, {4, 0, 9, 0}, {5, 0, 1, 0}, {5, 0, 1, 0}});
+  std::string written;
+  for (auto const& trend : trends_between(before, now)) {
+    written += trend ? std::to_string(trend->written) + " in " + std::to_string(trend->elapsed / 1s) + " s, " : "-, ";
+  }
+  EXPECT_EQ(written, "20 in 2 s, -, -, 1 in 2 s, 2 in 2 s, -, -, ");
+  EXPECT_THAT(trends_between(now, now), ::testing::Each(::testing::Eq(std::nullopt)));
+}
+
+Overview overview_of(std::uint64_t total, std::uint64_t limit, std::optional<Trend> trend) {
+  return {"here", true, {{{1, limit, total, 5}, {"radio"}, "radio", trend}}, 1, false, {"Fine."}, {}};
 }
 
 TEST(TheTableOfAWatch, ForecastsWhenTheBudgetIsUsedUp) {
   struct Row {
-    std::uint64_t total;
+    std::uint64_t total, limit;
     std::optional<Trend> trend;
     char const* columns;
   };
-  std::vector<Row> const rows{{0, std::nullopt, "0%     -           -  ........................"},
-                              {400, Trend{20, 2s}, "10 B/s    1 m 00 s  #########..............."},
-                              {400, Trend{0, 2s}, "0 B/s       never"},
-                              {400, Trend{1, 2s}, "<1 B/s   20 m 00 s"},
-                              {1000, Trend{20, 2s}, "10 B/s         0 s"},
-                              {1001, Trend{20, 2s}, "10 B/s        over"}};
-  for (auto const& row : rows) {
-    EXPECT_THAT(table_text(overview_of(row.total, row.trend), {120}), HasSubstr(row.columns));
+  for (auto const& row : std::vector<Row>{{0, 1000, std::nullopt, "0%     -           -  ....."},
+                                          {400, 1000, Trend{20, 2s}, "10 B/s    1 m 00 s  ####"},
+                                          {400, 1000, Trend{0, 2s}, "0 B/s       never"},
+                                          {400, 1000, Trend{1, 2s}, "<1 B/s   20 m 00 s"},
+                                          {400, 1000, Trend{1, 6s}, "<1 B/s    1 h 00 m"},
+                                          {1000, 1000, Trend{20, 2s}, "10 B/s         0 s"},
+                                          {1001, 1000, Trend{20, 2s}, "10 B/s        over"},
+                                          {0, 59, Trend{1, 1s}, "1 B/s        59 s"},
+                                          {0, 86399, Trend{1, 1s}, "1 B/s   23 h 59 m"},
+                                          {0, 31556951, Trend{1, 1s}, "1 B/s  365 d 05 h"},
+                                          {0, 31556952, Trend{1, 1s}, "1 B/s      1 year"},
+                                          {0, 63113904, Trend{1, 1s}, "1 B/s     2 years"},
+                                          {0, top, Trend{1, 24h}, "<1 B/s  >100 years"},
+                                          {0, top, Trend{top, 1ns}, "15.9 EiB/s         0 s"},
+                                          {0, top, Trend{top, 1s}, "15.9 EiB/s         1 s"}}) {
+    EXPECT_THAT(table_text(overview_of(row.total, row.limit, row.trend), {120}), HasSubstr(row.columns));
   }
-}
-
-TEST(TheTableOfAWatch, GivesUpColumnsWhereThereIsNoRoom) {
-  auto const overview = overview_of(400, Trend{20, 2s});
-  EXPECT_THAT(table_text(overview, {120}), AllOf(HasSubstr("Session"), HasSubstr("Limit"), HasSubstr("Used up in")));
-  EXPECT_THAT(table_text(overview, {70}), AllOf(Not(HasSubstr("Session")), HasSubstr("Used up in")));
+  EXPECT_THAT(table_text(overview_of(400, 1000, Trend{20, 2s}), {70}), testing::Not(HasSubstr("Session")));
 }
 
 TEST(ATerminal, ShowsNoMoreLinesThanItHas) {
   std::ostringstream terminal;
   {
     Terminal_display display{terminal, [] { return Terminal_size{80, 3}; }, {}};
-    display.show(overview_of(400, {}));
+    display.show(overview_of(400, 1000, {}));
     EXPECT_THAT(terminal.str(), HasSubstr("Fine.\x1b[K\r\n(3 more lines)\x1b[K\x1b[J"));
   }
   EXPECT_THAT(terminal.str(), HasSubstr("\x1b[?25h\x1b[?1049lFlash writes of 1 application"));
