@@ -1,10 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """Statistics services as they may be: newer, broken, slow, late, dying and coming back."""
 import os
+import signal
 import time
 from functools import partial
 
 from machine import EXCEEDANCE, REPORT, RESPONSE_TIME_MS, Watched_machine, statistics
+from someip_client import describe, message
 from someip_node import ERROR, RESPONSE
 
 NEEDS_ETC = True
@@ -84,6 +86,29 @@ def goes_and_comes_back(machine, process, silent):
     await_read(machine, READ)
 
 
+def stops_and_dies(machine):
+    machine.discovery["ttl_s"] = 60  # who is stopped stays on offer
+    with machine.start("persistency_statistics") as service, machine.start() as process:
+        signals = service.child.send_signal
+        machine.read(REPORT)  # writes the first year of use, which the next one counts
+        read = machine.read(REPORT)
+        assert read.startswith("80/00 0000000101"), read
+        signals(signal.SIGSTOP)
+        assert machine.read(REPORT) == FAILED
+        process.await_text(WARNING + f"no answer within {RESPONSE_TIME_MS} ms")
+        signals(signal.SIGCONT)
+        await_read(machine, read)  # and not the late answer
+        signals(signal.SIGSTOP)
+        with machine.client() as client:
+            client.send(message(REPORT, 1))
+            signals(signal.SIGKILL)
+            assert describe(client.hear()) == FAILED
+        assert machine.read(REPORT) == FAILED
+        with machine.start("persistency_statistics"):
+            await_read(machine, read)
+            assert process.end() == 0, process.text()
+
+
 def rows(programs):
     new_machine = partial(Watched_machine, programs)
     with new_machine() as machine:
@@ -94,6 +119,8 @@ def rows(programs):
             for silent in (False, True):
                 yield "dies and comes back" if silent else "is withdrawn and comes back", partial(
                     goes_and_comes_back, machine, process, silent)
+    with new_machine() as machine:
+        yield "the real service stops, dies and comes back", partial(stops_and_dies, machine)
     yield "offered late", partial(offered_late, new_machine)
     yield "periodic", partial(periodic, new_machine)
 

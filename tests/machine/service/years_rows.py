@@ -32,8 +32,11 @@ STARTS = [
     ("clock before the first use", -1, LARGE, (410, 820, 6), (510, 1020, 6),
      f"Current time: {FIRST_USE - 1} is smaller than persisted time of first use: {FIRST_USE}"),
     ("clock in order again", 5 * YEAR + 1, LARGE, (410, 820, 6), (510, 1020, 6), ""),
-    ("seventh year, endless budget", 6 * YEAR, ENDLESS, (MOST, MOST, 7), (MOST, MOST, 7),
-     f"Max limit exceedance with values: 820 and {MOST}"),
+    ("clock forward by decades", 40 * YEAR, SMALL, (760, 1520, 41), (770, 1540, 41), ""),
+    ("and set right: what was counted stays", 6 * YEAR, SMALL, (760, 1520, 41), (770, 1540, 41),
+     "Persisted years in use: 41 will be used due to negative time difference"),
+    ("next year, endless budget", 41 * YEAR, ENDLESS, (MOST, MOST, 42), (MOST, MOST, 42),
+     f"Max limit exceedance with values: 1520 and {MOST}"),
 ]
 
 
