@@ -17,9 +17,10 @@ PIPE_BYTES = 1 << 20  # the programs do not wait for a reader of their log
 
 class Process:
     """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest, or gets
-    ready later. `variables` come on top of the environment; `prepare` is called in the new process."""
+    ready later. `variables` come on top of the environment; `prepare` is called in the new process, and `inside` is a command that
+    executes the program."""
 
-    def __init__(self, program, name, manifest, expect_ready=True, variables=None, prepare=None):
+    def __init__(self, program, name, manifest, expect_ready=True, variables=None, prepare=None, inside=()):
         self.directory = tempfile.TemporaryDirectory()
         path = pathlib.Path(self.directory.name)
         (path / "machine.json").write_text(json.dumps(manifest))
@@ -30,7 +31,7 @@ class Process:
                        "NOTIFY_SOCKET": str(path / "notify"), "DLT_PIPE_DIR": str(path), **(variables or {})}
         self.log = b""
         self.changed = threading.Condition()
-        self.child = subprocess.Popen([program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        self.child = subprocess.Popen([*inside, program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                       stderr=subprocess.STDOUT, bufsize=0, preexec_fn=prepare)
         fcntl.fcntl(self.child.stdout, F_SETPIPE_SZ, PIPE_BYTES)
         self.reader = threading.Thread(target=self._read, daemon=True)
