@@ -4,16 +4,13 @@ import json
 import os
 import pathlib
 import struct
-import sys
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parents[3]
-sys.path.append(str(ROOT / "scripts/machine_runner"))
-import surroundings  # noqa: E402
-from process import Process  # noqa: E402
-from someip_client import Someip_client  # noqa: E402
-from someip_node import RESPONSE, Service, Someip_node  # noqa: E402
+from process import Process
+from someip_client import Someip_client
+from someip_node import RESPONSE, Service, Someip_node
 
+ROOT = pathlib.Path(__file__).resolve().parents[3]
 STATISTICS, REPORT, EXCEEDANCE = 24577, 24592, 24594
 PORTS = {STATISTICS: 30501, REPORT: 30510, EXCEEDANCE: 30511}
 RESPONSE_TIME_MS = 1500

@@ -8,7 +8,11 @@ import signal
 import socket
 import subprocess
 import tempfile
+import sys
 import threading
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[3] / "scripts/machine_runner"))
+import kernel  # noqa: E402
 
 LIMIT = 30  # seconds for whatever is waited for; sanitizers are slow
 F_SETPIPE_SZ = 1031  # fcntl(2); Debian 12's module does not name it
@@ -32,12 +36,18 @@ class Process:
         self.log = b""
         self.changed = threading.Condition()
         self.child = subprocess.Popen([*inside, program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                      stderr=subprocess.STDOUT, bufsize=0, preexec_fn=prepare)
+                                      stderr=subprocess.STDOUT, bufsize=0, preexec_fn=lambda: self._prepare(prepare))
         fcntl.fcntl(self.child.stdout, F_SETPIPE_SZ, PIPE_BYTES)
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
         if expect_ready:
             self.await_ready()
+
+    @staticmethod
+    def _prepare(more):
+        kernel.kill_with_parent()
+        if more:
+            more()
 
     def _read(self):
         while part := self.child.stdout.read(65536):
