@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """A process of the machine that offers SOME/IP services, played by scapy: service discovery and TCP on one address."""
-import selectors
+import contextlib
+import select
 import socket
 import struct
 import threading
@@ -13,8 +14,7 @@ from scapy.contrib.automotive.someip import SD, SOMEIP, SDEntry_Service, SDOptio
 from scapy.packet import Raw  # noqa: E402
 
 RESPONSE, ERROR = 0x80, 0x81
-OFFER_PERIOD = 0.2  # seconds
-OFFER_LIMIT = 30
+OFFER_PERIOD, LIMIT = 0.2, 30  # seconds
 
 
 class Service:
@@ -24,29 +24,24 @@ class Service:
 
     def __init__(self, service_id, port, behaviour):
         self.service_id, self.port, self.behaviour = service_id, port, behaviour
-        self.requests = 0
-        self.withheld = []
+        self.requests, self.withheld = 0, []
 
 
 class Someip_node:
     def __init__(self, address, group, services, sd_port=30490):
-        self.address, self.group, self.services, self.sd_port = address, group, services, sd_port
-        self.session = 0
-        self.offers = {}  # of others: (address, port) by service
-        self.heard = threading.Condition()
-        self.selector = selectors.DefaultSelector()
-        self.sockets = []
-        self._open_discovery()
+        self.address, self.discovery, self.group, self.services = address, (address, sd_port), (group, sd_port), services
+        self.session, self.offers, self.ends = 0, {}, False  # the offers of others: (address, port) by service
+        self.changed = threading.Condition()
+        own = socket.inet_aton(address)
+        self.unicast, multicast = (self._bound(socket.SOCK_DGRAM, at) for at in (self.discovery, self.group))
+        self.unicast.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, own)
+        multicast.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, socket.inet_aton(group) + own)
+        self.ears, self.streams = [self.unicast, multicast], []
         for service in services:
-            listener = self._socket(socket.SOCK_STREAM, (address, service.port))
+            listener = self._bound(socket.SOCK_STREAM, (address, service.port))
             listener.listen(64)
-            self._watch(listener, lambda s, of=service: self._accept(s, of))
-        self.wake, waker = socket.socketpair()
-        self._watch(waker, lambda s: s.recv(1))
-        self.ends = self.silent = False
-        self.lock = threading.RLock()
-        self.thread = threading.Thread(target=self._run, daemon=True)
-        self.thread.start()
+            self._run(self._accept, listener, service)
+        self.thread = self._run(self._discover)
 
     def __enter__(self):
         return self
@@ -56,132 +51,110 @@ class Someip_node:
 
     def end(self, silent=False):
         """Stops offering and closes everything; silent: without saying so, as a killed process does."""
-        self.silent = silent
         self.ends = True
-        self.wake.send(b"x")
-        self.thread.join(10)
-        for each in self.sockets:
+        self.unicast.sendto(b"", self.discovery)
+        self.thread.join(LIMIT)
+        if self.services and not silent:
+            self._offer(ttl=0)
+        for each in self.streams:
+            self._close(each)
+        for each in self.ears:
             each.close()
-        self.wake.close()
 
     def release(self):
         """Answers what was withheld, by today's behaviour."""
-        with self.lock:
+        with self.changed:
             for service in self.services:
-                for connection, request in service.withheld:
+                withheld, service.withheld = service.withheld, []
+                for connection, request in withheld:
                     self._answer(connection, service, request)
-                service.withheld = []
 
     def await_offer(self, service_id, present=True):
         """Asks for a service; its address and port when somebody offers it. Not `present`: until nobody does."""
         if present:
             self._say([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, ttl=3,
-                                       minor_ver=0xFFFFFFFF)], [], (self.group, self.sd_port))
-        with self.heard:
-            assert self.heard.wait_for(lambda: (service_id in self.offers) == present, OFFER_LIMIT), self.offers
+                                       minor_ver=0xFFFFFFFF)], [])
+        with self.changed:
+            assert self.changed.wait_for(lambda: (service_id in self.offers) == present, LIMIT), self.offers
             return self.offers.get(service_id)
 
     def await_requests(self, count):
         """Until the services were asked that often, all together."""
-        with self.heard:
-            assert self.heard.wait_for(lambda: sum(each.requests for each in self.services) >= count, OFFER_LIMIT)
+        with self.changed:
+            assert self.changed.wait_for(lambda: sum(each.requests for each in self.services) >= count, LIMIT)
 
-    def _socket(self, kind, address):
+    @staticmethod
+    def _bound(kind, address):
         made = socket.socket(socket.AF_INET, kind)
         made.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         made.bind(address)
         return made
 
-    def _watch(self, watched, handler):
-        watched.setblocking(False)
-        self.sockets.append(watched)
-        self.selector.register(watched, selectors.EVENT_READ, handler)
+    @staticmethod
+    def _run(function, *arguments):
+        thread = threading.Thread(target=function, args=arguments, daemon=True)
+        thread.start()
+        return thread
 
-    def _open_discovery(self):
-        own = socket.inet_aton(self.address)
-        self.unicast = self._socket(socket.SOCK_DGRAM, (self.address, self.sd_port))
-        self.unicast.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, own)
-        multicast = self._socket(socket.SOCK_DGRAM, (self.group, self.sd_port))
-        multicast.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, socket.inet_aton(self.group) + own)
-        for each in (self.unicast, multicast):
-            self._watch(each, self._discovered)
+    @staticmethod
+    def _close(stream):
+        with contextlib.suppress(OSError):
+            stream.shutdown(socket.SHUT_RDWR)  # wakes the thread that reads
+        stream.close()
 
-    def _run(self):
+    def _discover(self):
         due = time.monotonic()
         while not self.ends:
-            if time.monotonic() >= due:
-                if self.services:
-                    self._offer((self.group, self.sd_port))
+            if self.services and time.monotonic() >= due:
+                self._offer()
                 due = time.monotonic() + OFFER_PERIOD
-            for key, _ in self.selector.select(max(0, due - time.monotonic())):
-                with self.lock:
-                    key.data(key.fileobj)
-        if not self.silent and self.services:
-            self._offer((self.group, self.sd_port), ttl=0)
+            for ear in select.select(self.ears, [], [], max(0, due - time.monotonic()) if self.services else None)[0]:
+                self._hear(*ear.recvfrom(65536))
 
-    def _offer(self, to, ttl=3):
-        entries, options = [], []
-        for index, service in enumerate(self.services):
-            entries.append(SDEntry_Service(type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1,
-                                           major_ver=1, minor_ver=0, ttl=ttl))
-            options.append(SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=service.port))
-        self._say(entries, options, to)
+    def _offer(self, ttl=3):
+        self._say([SDEntry_Service(type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1,
+                                   minor_ver=0, ttl=ttl) for index, service in enumerate(self.services)],
+                  [SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=each.port) for each in self.services])
 
-    def _say(self, entries, options, to):
-        # Multicast and each peer have session counters of their own; answers by multicast need only one.
+    def _say(self, entries, options):
         self.session = self.session % 0xFFFF + 1
         discovery = SD(flags=0xC0)
         discovery.set_entryArray(entries)
         discovery.set_optionArray(options)
         header = SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=self.session)
-        self.unicast.sendto(bytes(header / discovery), to)
+        self.unicast.sendto(bytes(header / discovery), self.group)
 
-    def _discovered(self, ear):
-        datagram, sender = ear.recvfrom(65536)
-        message = SOMEIP(datagram)
-        if sender[0] == self.address or SD not in message:
+    def _hear(self, datagram, sender):
+        if sender[0] == self.address or SD not in (message := SOMEIP(datagram)):
             return
         if self.services and any(entry.type == 0 for entry in message[SD].entry_array):
-            self._offer((self.group, self.sd_port))
-        with self.heard:
+            self._offer()
+        with self.changed:
             for entry in message[SD].entry_array:
                 if entry.type == 1 and entry.ttl:
                     option = message[SD].option_array[entry.index_1]
                     self.offers[entry.srv_id] = (option.addr, option.port)
                 elif entry.type == 1:
                     self.offers.pop(entry.srv_id, None)
-            self.heard.notify_all()
+            self.changed.notify_all()
 
     def _accept(self, listener, service):
-        connection, _ = listener.accept()
-        buffered = bytearray()
-        self._watch(connection, lambda s: self._receive(s, service, buffered))
+        self.streams.append(listener)
+        with contextlib.suppress(OSError):  # it ends
+            while True:
+                connection, _ = listener.accept()
+                self.streams.append(connection)
+                self._run(self._serve, connection, service)
 
-    def _receive(self, connection, service, buffered):
-        try:
-            part = connection.recv(65536)
-        except OSError:
-            part = b""
-        if not part:
-            self._close(connection)
-            return
-        buffered += part
-        while len(buffered) >= 16:
-            size = 8 + struct.unpack_from(">I", buffered, 4)[0]
-            if len(buffered) < size:
-                return
-            request, buffered[:] = SOMEIP(bytes(buffered[:size])), buffered[size:]
-            self._answer(connection, service, request)
-            with self.heard:
-                service.requests += 1
-                self.heard.notify_all()
-            if connection.fileno() < 0:
-                return
-
-    def _close(self, connection):
-        self.selector.unregister(connection)
-        self.sockets.remove(connection)
-        connection.close()
+    def _serve(self, connection, service):
+        with contextlib.suppress(OSError):
+            while header := connection.recv(8, socket.MSG_WAITALL):
+                rest = connection.recv(struct.unpack_from(">I", header, 4)[0], socket.MSG_WAITALL)
+                with self.changed:
+                    self._answer(connection, service, SOMEIP(header + rest))
+                    service.requests += 1
+                    self.changed.notify_all()
+        self._close(connection)
 
     def _answer(self, connection, service, request):
         answer = service.behaviour(bytes(request.payload))
@@ -191,9 +164,7 @@ class Someip_node:
         kind, code, payload, *cut = answer
         header = SOMEIP(srv_id=request.srv_id, sub_id=0, method_id=request.method_id, client_id=request.client_id,
                         session_id=request.session_id, iface_ver=1, msg_type=kind, retcode=code)
-        try:
+        with contextlib.suppress(OSError):  # the reader went away
             connection.sendall(bytes(header / Raw(payload))[:cut[0] if cut else None])
-            if cut:
-                self._close(connection)
-        except OSError:
-            pass  # the reader went away
+        if cut:
+            self._close(connection)
