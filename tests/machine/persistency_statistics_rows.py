@@ -19,7 +19,7 @@ def ask(machine):
     """All statistics: the eight numbers of each application, in the order of the wire."""
     with machine.client(STATISTICS, NAME) as peer:
         peer.send(message(STATISTICS, 1, b""))
-        data = peer.hear()
+        data = peer.next_message()
     assert describe(data).startswith("80/00"), data[:40].hex()
     at, statistics = 24, {}
     assert struct.unpack_from(">II", data, 16) == (len(data) - 20, len(data) - 24)

@@ -9,7 +9,8 @@ from conversation import Conversation
 from conversations import ENTRY, NOBODY, ROWS, TEXTS, VEHICLE, VIN
 from machine import EXCEEDANCE, PORTS, REPORT, Machine
 from someip_node import ERROR, RESPONSE, Service
-from tester import LIMIT, Discoverer, Tester, read_request
+from framed_stream import LIMIT
+from tester import Discoverer, Tester
 
 MANAGER = "diagnostic_manager"
 BROADCAST = "127.255.255.255"
@@ -122,7 +123,7 @@ def a_crowd(machine):
         assert heard == "closed" or heard[-2:] in ("10", "01"), heard
         first.be_alive()
         tester.close()
-    heard = first.read([0xF186])
+    heard = first.read("F186")
     while heard == "alive?":
         heard = first.hear_final()
     assert heard == "uds 62F18601", heard
@@ -133,13 +134,13 @@ def a_tester_that_does_not_listen(machine):
     deaf, other = machine.tester(), machine.tester(0x0E90)
     for tester in (deaf, other):
         tester.join()
-    flood = deaf.diagnosis(read_request([0xF190] * 4)) * 64
+    flood = deaf.diagnosis(bytes.fromhex("22" + "F190" * 4)) * 64
     try:
         for _ in range(100000):
             deaf.socket.sendall(flood)
         raise AssertionError("the flood was never ended")
     except ConnectionError:
-        assert other.read([0xF186]) == "uds 62F18601"
+        assert other.read("F186") == "uds 62F18601"
     for tester in (deaf, other):
         tester.close()
 
@@ -161,7 +162,7 @@ def a_hundred_testers(machine):
 
     def use(tester):
         tester.join()
-        heard.extend(tester.read([0x17F2, 0x17F0]) for _ in range(5))
+        heard.extend(tester.read("17F217F0") for _ in range(5))
 
     threads = [threading.Thread(target=use, args=(tester,)) for tester in testers]
     for step in (threading.Thread.start, threading.Thread.join):

@@ -102,7 +102,7 @@ def stops_and_dies(machine):
         with machine.client() as client:
             client.send(message(REPORT, 1))
             signals(signal.SIGKILL)
-            assert describe(client.hear()) == FAILED
+            assert describe(client.next_message()) == FAILED
         assert machine.read(REPORT) == FAILED
         with machine.start("persistency_statistics"):
             await_read(machine, read)

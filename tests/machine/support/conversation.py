@@ -17,9 +17,11 @@
   udp sends HEX / hears WORDS / awaits HEX WORDS (with which the answer begins)
   WHO WORD                somebody else of the machine behaves in that way from now on
 """
+import contextlib
 import time
 
-from tester import EVERYBODY, LIMIT, Discoverer, Tester
+from framed_stream import LIMIT
+from tester import ENTITY, EVERYBODY, Discoverer, Tester
 
 TOLERANCE = 0.03  # seconds: a timer of the entity starts before the tester hears why
 
@@ -41,7 +43,7 @@ class Conversation:
             each.close()
 
     def play(self, script):
-        for step in (each.strip() for each in script.split(";")):
+        for step in script.split(";"):
             who, what, *words = step.split()
             started = time.monotonic()
             try:
@@ -51,66 +53,60 @@ class Conversation:
                     self._tester(who, what, words)
                 else:
                     self.behave(who, what)
-            except AssertionError as failure:
-                raise AssertionError(f"{step}: {failure}") from None
+            except (AssertionError, TimeoutError) as failure:
+                raise AssertionError(f"{step.strip()}: {failure}") from None
             self.last = started
         for name, tester in self.testers.items():
             tester.socket.setblocking(False)
-            try:
-                rest = tester.buffered or tester.socket.recv(64)
-            except OSError:
-                rest = b""
-            assert not rest, f"tester {name} hears more: {rest.hex()}"
+            with contextlib.suppress(OSError):
+                assert not (rest := tester.buffered or tester.socket.recv(64)), f"tester {name} hears more: {rest.hex()}"
 
     def _tester(self, name, what, words):
         if what in ("opens", "joins"):
             self.testers[name] = Tester(self.address, 0x0E80 + int(name))
-        tester = self.testers[name]
+        tester, text = self.testers[name], " ".join(words)
         if what == "joins":
             tester.join()
         elif what == "activates":
-            tester.activate(int(words[0], 16) if words else 0)
-        elif what == "is" and words[0] == "alive":
+            tester.activate(int(text or "0", 16))
+        elif text == "alive":
             tester.be_alive()
         elif what == "is":
-            tester.logical = int(words[0], 16)
+            tester.logical = int(text, 16)
         elif what == "sends":
-            tester.send(bytes.fromhex("".join(words)))
+            tester.send(bytes.fromhex(text))
         elif what == "drips":
-            for byte in bytes.fromhex("".join(words)):
+            for byte in bytes.fromhex(text):
                 tester.send(bytes([byte]))
         elif what == "asks":
-            target = (EVERYBODY,) if words[0] == "all" else ()
-            request, *answer = words[len(target):]
-            tester.send(tester.diagnosis(bytes.fromhex(request), *target))
-            if answer:
-                self._expect(tester.hear, f"ack {'E400' if target else '1001'} {tester.logical:04X}")
-            if answer not in ([], ["-"]):
-                self._expect(tester.hear, "uds " + answer[0])
+            target = EVERYBODY if words[0] == "all" else ENTITY
+            request, *answer = words[words[0] == "all":]
+            tester.send(tester.diagnosis(bytes.fromhex(request), target))
+            for heard in [f"ack {target:04X} {tester.logical:04X}"] * bool(answer) + ["uds " + each for each in answer]:
+                if heard != "uds -":
+                    self._expect(tester.hear, heard)
         elif what in ("leaves", "breaks"):
             self.testers.pop(name).close(abruptly=what == "breaks")
         elif what in ("reads", "awaits"):
-            identifiers = [int(words[0][i:i + 4], 16) for i in range(0, len(words[0]), 4)]
-            self._expect(lambda: tester.read(identifiers), "uds " + words[1], what == "awaits")
+            self._expect(lambda: tester.read(words[0]), "uds " + words[1], what == "awaits")
         elif what == "finally":
             self._expect(tester.hear_final, " ".join(words[1:]))
         elif what == "hears":
-            at_least = int(words[-1]) / 1000 - TOLERANCE if "after" in words else 0
-            self._expect(tester.hear, " ".join(words).split(" after ")[0])
-            assert time.monotonic() - self.last >= at_least, "too soon"
+            text, _, at_least = text.partition(" after ")
+            self._expect(tester.hear, text)
+            assert time.monotonic() - self.last >= int(at_least or 0) / 1000 - TOLERANCE, "too soon"
         elif what != "opens":
             raise ValueError(what)
 
     def _udp(self, what, words):
         def ask():
             self.udp.send(words[0], self.address)
-            return self.udp.hear()
+            return self.udp.hear()[:len(" ".join(words[1:]))]
 
-        expected = " ".join(words[1:])
         if what == "hears":
             self._expect(self.udp.hear, " ".join(words))
         elif what == "awaits":
-            self._expect(lambda: ask()[:len(expected)], expected, True)
+            self._expect(ask, " ".join(words[1:]), True)
         else:
             self.udp.send("".join(words), self.address)
 

@@ -1,14 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 """One who asks SOME/IP services over TCP, played by scapy: what it hears is told in words."""
-import socket
 import struct
 
 from scapy.config import conf
 
 conf.ipv6_enabled = False
+from framed_stream import Framed_stream  # noqa: E402
 from scapy.contrib.automotive.someip import SOMEIP  # noqa: E402
 
-LIMIT = 20  # seconds for whatever is waited for
 NO_META_INFO = bytes(4)
 
 
@@ -19,44 +18,18 @@ def message(service, method, payload=NO_META_INFO, length=None, version=1, inter
 
 
 def describe(data):
-    """Type/return code and payload."""
+    """Type/return code and payload, or "closed"."""
+    if not data:
+        return "closed"
     answer = SOMEIP(data)
     assert answer.proto_ver == 1, data.hex()
     return f"{answer.msg_type:02X}/{answer.retcode:02X} {data[16:].hex()}".rstrip()
 
 
-class Someip_client:
-    def __init__(self, address, port):
-        self.socket = socket.create_connection((address, port), LIMIT)
-        self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        self.buffered = b""
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.socket.close()
-
-    def send(self, data):
-        self.socket.sendall(data)
-
-    def hear(self):
-        """The bytes of the next message; none when the connection was closed."""
-        while len(self.buffered) < 8 or len(self.buffered) < 8 + struct.unpack_from(">I", self.buffered, 4)[0]:
-            try:
-                part = self.socket.recv(65536)
-            except ConnectionError:
-                part = b""
-            if not part:
-                return b""
-            self.buffered += part
-        size = 8 + struct.unpack_from(">I", self.buffered, 4)[0]
-        data, self.buffered = self.buffered[:size], self.buffered[size:]
-        return data
-
+class Someip_client(Framed_stream):
     def ask(self, *arguments, **fields):
         sent = message(*arguments, **fields)
         self.send(sent)
-        data = self.hear()
+        data = self.next_message()
         assert data[8:12] == sent[8:12], f"another answer: {data.hex()}"
         return describe(data)

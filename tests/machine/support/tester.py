@@ -1,55 +1,39 @@
 # SPDX-License-Identifier: Apache-2.0
 """Testers, played by scapy: what they hear of the diagnostic manager is told in words."""
 import socket
-import struct
 
 from scapy.config import conf
 
 conf.ipv6_enabled = False
+from framed_stream import LIMIT, Framed_stream  # noqa: E402
 from scapy.contrib.automotive.doip import DoIP  # noqa: E402
-from scapy.contrib.automotive.uds import UDS, UDS_RDBI  # noqa: E402
 from scapy.packet import Raw  # noqa: E402
 
-LIMIT = 10  # seconds for whatever is waited for
+PORT = 13400
 ENTITY, EVERYBODY = 0x1001, 0xE400
+WORDS = {
+    0x0000: "header nack {0.nack:02X}", 0x0006: "routing {0.logical_address_tester:04X} {0.routing_activation_response:02X}",
+    0x0004: "vehicle {vin} {0.logical_address:04X} {eid} {gid}", 0x0007: "alive?",
+    0x4002: "status {0.node_type} {0.cur_open_sockets}/{0.max_open_sockets} {0.max_data_size}",
+    0x4004: "power {0.diagnostic_power_mode}", 0x8001: "uds {uds}",
+    0x8002: "ack {0.source_address:04X} {0.target_address:04X}",
+    0x8003: "nack {0.source_address:04X} {0.target_address:04X} {0.nack_code:02X}"}
 
 
 def describe(message):
+    if not message:
+        return "closed"
     doip = DoIP(message)
     assert message[0] ^ message[1] == 0xFF, message.hex()
-    return ("" if message[0] == 2 else f"v{message[0]} ") + {
-        0x8001: lambda: "uds " + message[12:].hex().upper(),
-        0x0000: lambda: f"header nack {doip.nack:02X}",
-        0x0004: lambda: f"vehicle {doip.vin.decode()} {doip.logical_address:04X} {doip.eid.hex()} {doip.gid.hex()}",
-        0x0006: lambda: f"routing {doip.logical_address_tester:04X} {doip.routing_activation_response:02X}",
-        0x0007: lambda: "alive?",
-        0x4002: lambda: f"status {doip.node_type} {doip.cur_open_sockets}/{doip.max_open_sockets} {doip.max_data_size}",
-        0x4004: lambda: f"power {doip.diagnostic_power_mode}",
-        0x8002: lambda: f"ack {doip.source_address:04X} {doip.target_address:04X}",
-        0x8003: lambda: f"nack {doip.source_address:04X} {doip.target_address:04X} {doip.nack_code:02X}",
-    }[doip.payload_type]()
+    texts = {name: value.hex() for name, value in doip.fields.items() if name in ("eid", "gid")}
+    return ("" if message[0] == 2 else f"v{message[0]} ") + WORDS[doip.payload_type].format(
+        doip, vin=message[8:25].decode(errors="replace"), uds=message[12:].hex().upper(), **texts)
 
 
-def read_request(identifiers):
-    return bytes(UDS() / UDS_RDBI(identifiers=identifiers))
-
-
-class Tester:
+class Tester(Framed_stream):
     def __init__(self, address, logical=0x0E80):
-        self.logical, self.buffered = logical, b""
-        self.socket = socket.create_connection((address, 13400), LIMIT)
-        self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-
-    def close(self, abruptly=False):
-        if abruptly:
-            self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-        self.socket.close()
-
-    def send(self, data):
-        try:
-            self.socket.sendall(data)
-        except OSError:
-            pass  # what has become of the connection is heard
+        super().__init__(address, PORT)
+        self.logical = logical
 
     def activate(self, kind=0):
         self.send(bytes(DoIP(payload_type=5, source_address=self.logical, activation_type=kind)))
@@ -66,20 +50,8 @@ class Tester:
         self.send(bytes.fromhex(f"02FD000800000002{self.logical:04X}"))
 
     def hear(self):
-        """The next message, "closed", or "nothing"."""
-        while len(self.buffered) < 8 or len(self.buffered) < 8 + struct.unpack_from(">I", self.buffered, 4)[0]:
-            try:
-                part = self.socket.recv(65536)
-            except ConnectionError:
-                part = b""
-            except TimeoutError:
-                return "nothing"
-            if not part:
-                return "closed"
-            self.buffered += part
-        size = 8 + struct.unpack_from(">I", self.buffered, 4)[0]
-        message, self.buffered = self.buffered[:size], self.buffered[size:]
-        return describe(message)
+        """The next message, or "closed"."""
+        return describe(self.next_message())
 
     def hear_final(self):
         """The next message that is neither an acknowledgement nor a pending response."""
@@ -88,7 +60,8 @@ class Tester:
         return heard
 
     def read(self, identifiers):
-        self.send(self.diagnosis(read_request(identifiers)))
+        """Identifiers are given as hexadecimal digits."""
+        self.send(self.diagnosis(bytes.fromhex("22" + identifiers)))
         return self.hear_final()
 
 
@@ -101,15 +74,10 @@ class Discoverer:
             self.socket.setsockopt(socket.SOL_SOCKET, option, 1)
         self.socket.bind(own)
         self.socket.settimeout(LIMIT)
+        self.close = self.socket.close
 
     def send(self, data, to):
-        self.socket.sendto(bytes.fromhex(data), (to, 13400))
+        self.socket.sendto(bytes.fromhex(data), (to, PORT))
 
     def hear(self):
-        try:
-            return describe(self.socket.recv(65536))
-        except TimeoutError:
-            return "nothing"
-
-    def close(self):
-        self.socket.close()
+        return describe(self.socket.recv(65536))
