@@ -1,54 +1,24 @@
 # SPDX-License-Identifier: Apache-2.0
 """The whole way from an application's SetValue and SyncToStorage to the tester's table, on a machine of real processes."""
-import contextlib
 import json
-import os
 import pathlib
 import re
 import select
-import shutil
 import signal
 import struct
 import subprocess
-import tempfile
 import time
 from functools import partial
 
-ROOT = pathlib.Path(__file__).resolve().parents[3]
-NETWORK = f"127.{30 + os.getpid() // 254 % 60}.{1 + os.getpid() % 254}."
-DISCOVERY_PORT = 20000 + os.getpid() % 10000  # who hears no other machine's multicasts needs a port of its own
-LIMIT_S = 60
+from run import LIMIT_S, Run
+
 COVER_BYTES, COVERS, VALUES_A_SYNC = 24 * 1024, 12, 4  # what sample_media writes before it rests
 CALLS = COVERS * VALUES_A_SYNC
 BUDGET_EXCEEDED = 3
 COUNTERS = struct.Struct("=11Q")  # of one storage: mark, id, base, start and run; each of read, write, setvalue
 
 
-class Chain_machine:
-    def __init__(self, programs, place):
-        self.programs, self.place = programs, pathlib.Path(place)
-        shutil.copytree(ROOT / "machine/etc", self.place / "etc")
-        file = self.place / "etc/machine.json"
-        self.manifest = json.loads(file.read_text(encoding="utf-8").replace("127.0.20.", NETWORK))
-        self.manifest["communication"]["discovery"]["port"] = DISCOVERY_PORT
-        file.write_text(json.dumps(self.manifest), encoding="utf-8")
-
-    @contextlib.contextmanager
-    def runner(self, *options):
-        command = ["/usr/bin/python3", "-B", ROOT / "scripts/machine_runner", "--programs", self.programs, "--etc",
-                   self.place / "etc", "--directory", self.place / "machine", *options]
-        with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) as process:
-            try:
-                yield process
-            finally:
-                process.kill()  # the machine ends with it
-
-    def finish(self, *options):
-        with self.runner(*options) as runner:
-            output, _ = runner.communicate(timeout=LIMIT_S)
-        assert runner.returncode == 0, output
-        return output
-
+class Chain(Run):
     def read(self, *options):
         diagnostics = self.manifest["processes"]["diagnostic_manager"]["address"]
         return [self.programs / "flashwatch_read", "--mapping", self.place / "etc/scid_mapping.json", *options,
@@ -91,28 +61,24 @@ class Chain_machine:
 
 def figures_of(machine):
     """Brings the machine up until media rests, and compares everybody's figures; media's as the tester sees them."""
-    with machine.runner() as runner:
-        while not (ready := re.match(r"sample_media ready: process (\d+)", line := runner.stdout.readline())):
-            assert line, "media was never ready"
-        first, kernel_first = machine.writes_of_media(ready[1])
-        while "The machine runs" not in line:
-            assert (line := runner.stdout.readline()), "the machine never ran"
+    with machine.start() as runner:
+        media = machine.await_line(runner, "sample_media ready: process ").split()[3].strip(",")
+        first, kernel_first = machine.writes_of_media(media)
+        machine.await_line(runner, "The machine runs")
         figures = machine.figures_after_the_last_cover()
         for name in ("media", "tripmeter", "flashwatch"):  # navigation may write between the two readings
             session, total, _ = machine.counters_of(name)
             limit, seen = machine.soft_limit(name), figures[name]
             seen = [seen[key] for key in ("session_write", "total_write", "soft_limit", "left", "over_by")]
             assert seen == [session, total, limit, max(0, limit - total), max(0, total - limit)], (name, seen, session)
-        last, kernel_last = machine.writes_of_media(ready[1])
+        last, kernel_last = machine.writes_of_media(media)
         assert COVERS * COVER_BYTES <= last <= kernel_last, (last, kernel_last)
         # A sanitizer's run-time writes when a process starts, so the shares are those of a process that runs.
         assert last - first > 0.95 * (kernel_last - kernel_first), (first, last, kernel_first, kernel_last)
         table = subprocess.run(machine.read(), stdout=subprocess.PIPE, text=True, check=False, timeout=LIMIT_S)
         assert table.returncode == BUDGET_EXCEEDED and re.search(r"\nmedia .* EXCEEDED\n", table.stdout), table.stdout
         runner.send_signal(signal.SIGINT)
-        output, _ = runner.communicate(timeout=LIMIT_S)
-    assert runner.returncode == 0, output
-    return figures["media"]["session_write"], figures["media"]["total_write"], output
+        return figures["media"]["session_write"], figures["media"]["total_write"], machine.outcome(runner)
 
 
 def what_an_application_syncs_is_what_the_tester_sees(machine):
@@ -141,5 +107,5 @@ def budgets_grow_year_by_year(machine):
 
 def rows(programs):
     for test in (what_an_application_syncs_is_what_the_tester_sees, budgets_grow_year_by_year):
-        with tempfile.TemporaryDirectory(prefix="chain-") as place:
-            yield test.__name__, partial(test, Chain_machine(programs, place))
+        with Chain(programs) as machine:
+            yield test.__name__, partial(test, machine)
