@@ -72,20 +72,6 @@ def await_read(machine, expected):
         assert time.monotonic() < end, heard
 
 
-def goes_and_comes_back(machine, process, silent):
-    """Withdrawn, or dead in the middle of an answer; then the same flashwatch works with the next one."""
-    machine.answer = (*statistics(FEW), 20) if silent else statistics(FEW)
-    if silent:
-        assert machine.read(REPORT) == FAILED
-    machine.withdraw(silent)
-    since = len(process.log)
-    assert machine.read(REPORT) == FAILED
-    process.await_text(WARNING, since=since)
-    machine.answer = statistics(FEW)
-    machine.offer()
-    await_read(machine, READ)
-
-
 def stops_and_dies(machine):
     machine.discovery["ttl_s"] = 60  # who is stopped stays on offer
     with machine.start("persistency_statistics") as service, machine.start() as process:
@@ -104,6 +90,9 @@ def stops_and_dies(machine):
             signals(signal.SIGKILL)
             assert describe(client.next_message()) == FAILED
         assert machine.read(REPORT) == FAILED
+        with machine.start("persistency_statistics") as second:
+            await_read(machine, read)
+            assert second.end() == 0 and machine.read(REPORT) == FAILED
         with machine.start("persistency_statistics"):
             await_read(machine, read)
             assert process.end() == 0, process.text()
@@ -116,11 +105,8 @@ def rows(programs):
         with machine.start() as process:
             for name, *row in ANSWERS:
                 yield name, partial(answers, machine, process, *row)
-            for silent in (False, True):
-                yield "dies and comes back" if silent else "is withdrawn and comes back", partial(
-                    goes_and_comes_back, machine, process, silent)
     with new_machine() as machine:
-        yield "the real service stops, dies and comes back", partial(stops_and_dies, machine)
+        yield "the real service stops, dies, ends and comes back", partial(stops_and_dies, machine)
     yield "offered late", partial(offered_late, new_machine)
     yield "periodic", partial(periodic, new_machine)
 
