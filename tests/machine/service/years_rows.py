@@ -3,6 +3,7 @@
 import shutil
 import sqlite3
 import struct
+import sysconfig
 import tempfile
 from datetime import datetime, timezone
 from functools import partial
@@ -10,7 +11,7 @@ from functools import partial
 from machine import EXCEEDANCE, REPORT, Watched_machine, statistics
 
 NEEDS_ETC = True
-FAKETIME = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1"
+FAKETIME = f"/usr/lib/{sysconfig.get_config_var('MULTIARCH')}/faketime/libfaketime.so.1"
 FIRST_USE = int(datetime(2027, 3, 1, tzinfo=timezone.utc).timestamp())
 YEAR = 31556952
 MOST = (1 << 64) - 1
