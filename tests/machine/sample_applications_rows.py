@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The sample applications as processes: when they report ready, how they end, and that a medium that takes nothing stops
-their writing but not them."""
+"""The sample applications as processes: when they report ready, how they end, and that a medium that takes nothing
+stops their writing but not them."""
 import os
 import resource
 import signal

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The whole way from an application's SetValue and SyncToStorage to the tester's table, on a machine of real processes."""
+"""The whole way from an application's SetValue and SyncToStorage to the tester's table, on a real machine."""
 import json
 import pathlib
 import re

@@ -5,8 +5,8 @@ VIN = "FLASHWATCH0000001"
 VEHICLE = f"vehicle {VIN} 1001 020000000001 020000000002"
 NOBODY = "udp awaits 02FD400100000000 status 1 0/"
 ENTRY = "".join(f"{value:016X}" for value in (0x1234, 8388608, 1 << 53, 4096))
-TEXTS = {"OTHER": "46" * 17, "VEHICLE": VEHICLE, "VIN": VIN.encode().hex().upper(), "ENTRY": ENTRY, "ZEROS": "00" * 257, "LONG": "1234" * 20,
-         "LONGREPORT": "00" * 1920, "LONGESTREPORT": "00" * 1996, "MORE": "02FD400300000000; udp hears power 1",
+TEXTS = {"VEHICLE": VEHICLE, "VIN": VIN.encode().hex().upper(), "OTHER": "46" * 17, "ENTRY": ENTRY,
+         "ZEROS": "00" * 257, "LONG": "1234" * 20, "LONGREPORT": "00" * 1920, "LONGESTREPORT": "00" * 1996, "MORE": "02FD400300000000; udp hears power 1",
          "ALIVE": "1 asks 3E00 7E00", "ASKED": "1 joins; 2 opens; 2 is 0E81; 2 activates; 1 hears alive?",
          "CROWDED": "1 joins; 2 joins; 3 opens; 3 activates; 1 hears alive?; 2 hears alive?"}
 
@@ -21,7 +21,8 @@ ROWS = {
     "two messages in one datagram": """udp sends 02FD400300000000 02FD400100000000; udp hears power 1
         ; udp hears status 1 0/2 256""",
     "lying datagrams": """udp sends 02FD000200000007020000000001; udp hears header nack 04
-        ; udp sends 02FD000100000001 00; udp hears header nack 04; udp sends 02FD00030000001100; udp hears header nack 04
+        ; udp sends 02FD000100000001 00; udp hears header nack 04
+        ; udp sends 02FD00030000001100; udp hears header nack 04
         ; udp sends 02FD4001FFFFFFFF; udp hears header nack 02; udp sends 02FE400100000000; udp hears header nack 00
         ; udp sends 01FE400100000000; udp hears header nack 00; udp sends 02FD999900000000; udp hears header nack 01
         ; udp sends 02FD000500000000; udp hears header nack 01; udp sends 02FD00; udp sends 02FD0004 00000000
@@ -41,7 +42,7 @@ ROWS = {
         ; 1 hears nack 1001 0E81 02; 1 hears closed""",
     "again, and another address on the socket": """1 joins; 1 activates; 1 hears routing 0E81 10; 1 is 0E89
         ; 1 activates; 1 hears routing 0E89 02; 1 hears closed""",
-    "the same address, alive": """{ASKED}; 1 is alive; 2 hears routing 0E81 03; 2 hears closed; 1 reads F186 62F18601""",
+    "the same address, alive": "{ASKED}; 1 is alive; 2 hears routing 0E81 03; 2 hears closed; 1 reads F186 62F18601",
     "the same address, silent": """{ASKED}; 1 hears closed after 400; 2 hears routing 0E81 10; 2 reads F186 62F18601""",
     "the same address, alive as somebody else": """{ASKED}; 1 is 0E80; 1 is alive; 1 hears closed
         ; 2 hears routing 0E81 10""",
@@ -77,8 +78,8 @@ ROWS = {
     "split": """1 opens; 1 drips 02FD0005000000070E810000000000 02FD12340000000200FF; 1 hears routing 0E81 10
         ; 1 hears header nack 01; 1 drips 02FD8001000000070E81100122F186; 1 hears ack 1001 0E81
         ; 1 hears uds 62F18601""",
-    "joined": """1 opens; 1 sends 02FD0005000000070E81000000000002FD8001000000070E81100122F18602FD8001000000060E8110013E00
-        ; 1 hears routing 0E81 10; 1 hears ack 1001 0E81; 1 hears uds 62F18601; 1 hears ack 1001 0E81
+    "joined": """1 opens
+        ; 1 sends 02FD0005000000070E810000000000 02FD8001000000070E81100122F186 02FD8001000000060E8110013E00; 1 hears routing 0E81 10; 1 hears ack 1001 0E81; 1 hears uds 62F18601; 1 hears ack 1001 0E81
         ; 1 hears uds 7E00""",
     # Requests
     "sessions": """1 joins; 1 asks 1003 500300320064; 1 reads F186 62F18603; 2 opens; 2 hears closed after 800

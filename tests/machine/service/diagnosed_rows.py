@@ -14,7 +14,8 @@ ANSWERS = {"answers": statistics({"alpha": (0, 1, 0, 0, 2, 0, 3, 4)}), "crowds":
            "fails": (ERROR, 3, b""), "hangs": None}
 TEXTS = {"ALPHA": "6217F001" + "000000000000123400000000000000030000000000000002" + "0000000000000001",
          "CROWD": report(300)[14:16].upper() + report(300)[24:].upper(),
-         "HANGS": "1 asks 2217F0 -; 1 hears uds 7F2278 after 320; 1 hears uds 7F2278 after 800; 1 hears uds 7F2210 after 800"}
+         "HANGS": "1 asks 2217F0 -; 1 hears uds 7F2278 after 320; 1 hears uds 7F2278 after 800; "
+                  "1 hears uds 7F2210 after 800"}
 
 # One after the other, with the same diagnostic manager.
 ROWS = {

@@ -59,7 +59,8 @@ class Conversation:
         for name, tester in self.testers.items():
             tester.socket.setblocking(False)
             with contextlib.suppress(OSError):
-                assert not (rest := tester.buffered or tester.socket.recv(64)), f"tester {name} hears more: {rest.hex()}"
+                rest = tester.buffered or tester.socket.recv(64)
+                assert not rest, f"tester {name} hears more: {rest.hex()}"
 
     def _tester(self, name, what, words):
         if what in ("opens", "joins"):

@@ -4,8 +4,8 @@
 
   driver.py FILE PROGRAMS [WORD]   only the rows whose name holds WORD
 
-The file has a function `rows(programs)` that yields each row's name and test. With NEEDS_ETC it runs where an /etc of its
-own is laid over the host's.
+The file has a function `rows(programs)` that yields each row's name and test. With NEEDS_ETC it runs where an /etc of
+its own is laid over the host's.
 """
 import contextlib
 import importlib

@@ -15,7 +15,6 @@ STATISTICS, REPORT, EXCEEDANCE = 24577, 24592, 24594
 PORTS = {STATISTICS: 30501, REPORT: 30510, EXCEEDANCE: 30511}
 RESPONSE_TIME_MS = 1500
 MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # a disk takes its time over a thousand folders
-ETC = pathlib.Path("/etc")
 CONFIGURATION = {"pm_instance_id": "persistency_statistics", "own_instance_id": "flashwatch_diagnostics",
                  "log_period": 1}
 SCIDS = {"mappings": [{"app_name": name, "scid": scid} for name, scid in (
@@ -54,8 +53,7 @@ class Machine:
         self.network = f"127.{64 + (pid >> 8 & 0x3F)}.{pid & 0xFF}."
         for number, process in enumerate(self.manifest["processes"].values(), 1):
             process["address"] = self.network + str(number)
-        self.communication = self.manifest["communication"]
-        self.discovery, self.limits = self.communication["discovery"], self.communication["limits"]
+        self.discovery, self.limits = (self.manifest["communication"][name] for name in ("discovery", "limits"))
         self.discovery.update(group=f"239.251.{pid >> 8 & 0xFF}.{pid & 0xFF}", port=30491)
         self.limits["response_time_ms"] = RESPONSE_TIME_MS
 
@@ -102,12 +100,7 @@ class Watched_machine(Machine):
 
     @staticmethod
     def configure(name, content):
-        """A file of /etc: an object, a text as it stands, or None for no file."""
-        file = ETC / f"{name}.json"
-        if content is None:
-            file.unlink(missing_ok=True)
-        else:
-            file.write_text(content if isinstance(content, str) else json.dumps(content))
+        pathlib.Path(f"/etc/{name}.json").write_text(json.dumps(content))
 
     @staticmethod
     def preload(library):

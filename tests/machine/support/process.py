@@ -21,8 +21,8 @@ PIPE_BYTES = 1 << 20  # the programs do not wait for a reader of their log
 
 class Process:
     """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest, or gets
-    ready later. `variables` come on top of the environment; `prepare` is called in the new process, and `inside` is a command that
-    executes the program."""
+    ready later. `variables` come on top of the environment, `prepare` is called in the new process, and `inside` is a
+    command that executes the program."""
 
     def __init__(self, program, name, manifest, expect_ready=True, variables=None, prepare=None, inside=()):
         self.directory = tempfile.TemporaryDirectory()
@@ -35,19 +35,14 @@ class Process:
                        "NOTIFY_SOCKET": str(path / "notify"), "DLT_PIPE_DIR": str(path), **(variables or {})}
         self.log = b""
         self.changed = threading.Condition()
-        self.child = subprocess.Popen([*inside, program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                      stderr=subprocess.STDOUT, bufsize=0, preexec_fn=lambda: self._prepare(prepare))
+        self.child = subprocess.Popen(
+            [*inside, program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, bufsize=0,
+            stderr=subprocess.STDOUT, preexec_fn=lambda: [kernel.kill_with_parent(), prepare and prepare()])
         fcntl.fcntl(self.child.stdout, F_SETPIPE_SZ, PIPE_BYTES)
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
         if expect_ready:
             self.await_ready()
-
-    @staticmethod
-    def _prepare(more):
-        kernel.kill_with_parent()
-        if more:
-            more()
 
     def _read(self):
         while part := self.child.stdout.read(65536):
@@ -57,10 +52,12 @@ class Process:
 
     def await_ready(self, state=b"READY=1"):
         try:
-            assert state in self.notify.recv(4096)
-        except (OSError, AssertionError):
+            told = self.notify.recv(4096)
+        except TimeoutError:
+            told = b""
+        if state not in told:
             self.end(signal.SIGKILL)
-            raise AssertionError(f"it did not tell {state}: {self.text()}") from None
+            raise AssertionError(f"it did not tell {state}: {self.text()}")
 
     def __enter__(self):
         return self

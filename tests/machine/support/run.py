@@ -37,8 +37,8 @@ class Run:
         shutil.rmtree(self.place)
 
     def start(self, *options, prefix=(), directory="machine", **environment):
-        command = [*prefix, "/usr/bin/python3", "-B", "runner", "--programs", self.programs, "--etc", "etc", "--directory",
-                   directory, *options]
+        command = [*prefix, "/usr/bin/python3", "-B", "runner", "--programs", self.programs, "--etc", "etc",
+                   "--directory", directory, *options]
         return subprocess.Popen(command, cwd=self.place, env={**os.environ, **environment}, stdout=subprocess.PIPE,
                                 stderr=subprocess.STDOUT, text=True, start_new_session=True)
 

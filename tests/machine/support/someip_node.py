@@ -29,7 +29,8 @@ class Service:
 
 class Someip_node:
     def __init__(self, address, group, services, sd_port=30490):
-        self.address, self.discovery, self.group, self.services = address, (address, sd_port), (group, sd_port), services
+        self.address, self.services = address, services
+        self.discovery, self.group = (address, sd_port), (group, sd_port)
         self.session, self.offers, self.ends = 0, {}, False  # the offers of others: (address, port) by service
         self.changed = threading.Condition()
         own = socket.inet_aton(address)

@@ -12,7 +12,8 @@ from scapy.packet import Raw  # noqa: E402
 PORT = 13400
 ENTITY, EVERYBODY = 0x1001, 0xE400
 WORDS = {
-    0x0000: "header nack {0.nack:02X}", 0x0006: "routing {0.logical_address_tester:04X} {0.routing_activation_response:02X}",
+    0x0000: "header nack {0.nack:02X}",
+    0x0006: "routing {0.logical_address_tester:04X} {0.routing_activation_response:02X}",
     0x0004: "vehicle {vin} {0.logical_address:04X} {eid} {gid}", 0x0007: "alive?",
     0x4002: "status {0.node_type} {0.cur_open_sockets}/{0.max_open_sockets} {0.max_data_size}",
     0x4004: "power {0.diagnostic_power_mode}", 0x8001: "uds {uds}",
