@@ -174,7 +174,8 @@ def strict(programs):
 WRONG = [({"vin": "flashwatch0000001"}, ""), ({"eid": "02-00-00-00-00-01"}, ""), ({"logical_address": 4095}, ""),
          ({"address": "192.0.2.1"}, "192.0.2.1:13400"), ({"testers": 0}, ""), ({"testers": 256}, ""),
          ({"tester_addresses": {"first": 3712, "last": 3711}}, ".last"),
-         ({"activation_types": {"256": "open"}}, ".256"), ({"activation_types": {"0": "shut"}}, ".0"), ({"timers": {"p2_ms": 65536}}, ".p2_ms"),
+         ({"activation_types": {"256": "open"}}, ".256"), ({"activation_types": {"0": "shut"}}, ".0"),
+         ({"timers": {"p2_ms": 65536}}, ".p2_ms"),
          ({"timers": {"p3_ms": 1}}, "p3_ms"), ({"limits": {"outgoing_queue_bytes": 4000}}, "diagnostics.limits"),
          ({"report_instance": "nobody"}, "nobody")]
 
@@ -193,6 +194,9 @@ def rows(programs):
         for test in (every_order, a_tester_that_does_not_listen, descriptors_come_back):
             yield test.__name__, partial(test, machine)
     with Manager_machine(programs, testers=100, limits={}, timers={}) as machine:
+        yield "a service hangs for longer than the response time", partial(
+            machine.play_row, "1 joins; 17F0 hangs; 1 asks 2217F0 7F2278; 1 finally hears uds 7F2210")
+        machine.reset()
         for test in (a_hundred_testers, descriptors_come_back, ends_while_a_service_hangs):
             yield f"{test.__name__}, among many", partial(test, machine)
     yield "reads in the extended session only", partial(strict, programs)

@@ -6,7 +6,8 @@ VEHICLE = f"vehicle {VIN} 1001 020000000001 020000000002"
 NOBODY = "udp awaits 02FD400100000000 status 1 0/"
 ENTRY = "".join(f"{value:016X}" for value in (0x1234, 8388608, 1 << 53, 4096))
 TEXTS = {"VEHICLE": VEHICLE, "VIN": VIN.encode().hex().upper(), "OTHER": "46" * 17, "ENTRY": ENTRY,
-         "ZEROS": "00" * 257, "LONG": "1234" * 20, "LONGREPORT": "00" * 1920, "LONGESTREPORT": "00" * 1996, "MORE": "02FD400300000000; udp hears power 1",
+         "ZEROS": "00" * 257, "LONG": "1234" * 20, "LONGREPORT": "00" * 1920, "LONGESTREPORT": "00" * 1996,
+         "MORE": "02FD400300000000; udp hears power 1",
          "ALIVE": "1 asks 3E00 7E00", "ASKED": "1 joins; 2 opens; 2 is 0E81; 2 activates; 1 hears alive?",
          "CROWDED": "1 joins; 2 joins; 3 opens; 3 activates; 1 hears alive?; 2 hears alive?"}
 
@@ -79,7 +80,8 @@ ROWS = {
         ; 1 hears header nack 01; 1 drips 02FD8001000000070E81100122F186; 1 hears ack 1001 0E81
         ; 1 hears uds 62F18601""",
     "joined": """1 opens
-        ; 1 sends 02FD0005000000070E810000000000 02FD8001000000070E81100122F186 02FD8001000000060E8110013E00; 1 hears routing 0E81 10; 1 hears ack 1001 0E81; 1 hears uds 62F18601; 1 hears ack 1001 0E81
+        ; 1 sends 02FD0005000000070E810000000000 02FD8001000000070E81100122F186 02FD8001000000060E8110013E00
+        ; 1 hears routing 0E81 10; 1 hears ack 1001 0E81; 1 hears uds 62F18601; 1 hears ack 1001 0E81
         ; 1 hears uds 7E00""",
     # Requests
     "sessions": """1 joins; 1 asks 1003 500300320064; 1 reads F186 62F18603; 2 opens; 2 hears closed after 800

@@ -33,6 +33,8 @@ STARTS = [
      f"Current time: {FIRST_USE - 1} is smaller than persisted time of first use: {FIRST_USE}"),
     ("clock in order again", 5 * YEAR + 1, LARGE, (410, 820, 6), (510, 1020, 6), ""),
     ("clock forward by decades", 40 * YEAR, SMALL, (760, 1520, 41), (770, 1540, 41), ""),
+    ("clock forward by more seconds than 32 bits hold", 140 * YEAR, SMALL, (760, 1520, 41), (770, 1540, 41),
+     "Persisted years in use: 41 will be used due to negative time difference"),
     ("and set right: what was counted stays", 6 * YEAR, SMALL, (760, 1520, 41), (770, 1540, 41),
      "Persisted years in use: 41 will be used due to negative time difference"),
     ("next year, endless budget", 41 * YEAR, ENDLESS, (MOST, MOST, 42), (MOST, MOST, 42),
