@@ -7,7 +7,7 @@ NOBODY = "udp awaits 02FD400100000000 status 1 0/"
 ENTRY = "".join(f"{value:016X}" for value in (0x1234, 8388608, 1 << 53, 4096))
 TEXTS = {"VEHICLE": VEHICLE, "VIN": VIN.encode().hex().upper(), "OTHER": "46" * 17, "ENTRY": ENTRY,
          "ZEROS": "00" * 257, "LONG": "1234" * 20, "LONGREPORT": "00" * 1920, "LONGESTREPORT": "00" * 1996,
-         "MORE": "02FD400300000000; udp hears power 1",
+         "BURST": "02FD8001000000070E81100122F190" * 60, "MORE": "02FD400300000000; udp hears power 1",
          "ALIVE": "1 asks 3E00 7E00", "ASKED": "1 joins; 2 opens; 2 is 0E81; 2 activates; 1 hears alive?",
          "CROWDED": "1 joins; 2 joins; 3 opens; 3 activates; 1 hears alive?; 2 hears alive?"}
 
@@ -76,6 +76,9 @@ ROWS = {
         ; 1 hears closed; 2 opens; 2 sends 02FD00050000000B 0E82000000000001020304; 2 hears routing 0E82 10""",
     "memory": """1 joins; 2 joins; 1 sends 02FD800100000100; 2 sends 02FD800100000100; 3 opens
         ; 3 sends 02FD0005000000070E83; 3 hears header nack 03""",
+    # 45 bytes of answers a request; 4096 minus them have to hold the longest response and what goes with it, 2025.
+    "more answers than can be queued": "1 joins; 1 sends {BURST}" + "; 1 hears ack 1001 0E81; 1 hears uds 62F190{VIN}" * 47
+                                       + "; 1 hears nack 1001 0E81 05" * 13,
     "split": """1 opens; 1 drips 02FD0005000000070E810000000000 02FD12340000000200FF; 1 hears routing 0E81 10
         ; 1 hears header nack 01; 1 drips 02FD8001000000070E81100122F186; 1 hears ack 1001 0E81
         ; 1 hears uds 62F18601""",

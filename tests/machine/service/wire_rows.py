@@ -1,11 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 """Both data identifiers on the wire: what is answered, and what is not."""
+import contextlib
 from functools import partial
 
 from machine import EXCEEDANCE, PORTS, REPORT, Watched_machine, statistics
 from someip_client import describe, message
 
 NEEDS_ETC = True
+PARALLEL = 20  # of each identifier
 FEW = {"alpha": (1, 0x0102, 3, 4, 0x0807060504030201, 6, 0x1112131415161718, 1 << 63),
        "no scid": (7, 8, 9, 10, 11, 12, 1000, 2000), "omega": (0,) * 8}
 ENTRIES = ("0000000000001234" "1112131415161718" "0807060504030201" "0000000000000102"
@@ -71,26 +73,38 @@ def exceedance(machine, changes, expected):
         assert client.ask(EXCEEDANCE, 0) == "80/00"
 
 
-def found(machine, peer):
-    for service in (REPORT, EXCEEDANCE):
-        assert peer.await_offer(service) == (machine.address(), PORTS[service])
+def in_parallel(machine):
+    """Many more calls than there are threads, while the statistics take their time: each is answered, and none twice."""
+    machine.answer, asked = None, machine.node.services[0].requests
+    with contextlib.ExitStack() as stack:
+        clients = [(service, stack.enter_context(machine.client(service))) for service in (REPORT, EXCEEDANCE) * PARALLEL]
+        for service, client in clients:
+            client.send(message(service, 1))
+        machine.node.await_requests(asked + 1)
+        machine.answer = statistics(FEW)
+        machine.node.release()
+        for service, client in clients:
+            heard = describe(client.next_message())
+            assert heard == (ASKED if service == REPORT else "80/00 00"), (service, heard)
+            assert client.ask(service, 0, session=8) == "80/00"
 
 
-def withdrawn(process, peer):
-    assert process.end() == 0, process.text()
+def discovered(machine, peer, present):
     for service in (REPORT, EXCEEDANCE):
-        peer.await_offer(service, present=False)
+        found = peer.await_offer(service, present)
+        assert found == ((machine.address(), PORTS[service]) if present else None), found
 
 
 def rows(programs):
-    new_machine = partial(Watched_machine, programs)
-    with new_machine(answer=statistics(FEW)) as machine:
+    with Watched_machine(programs, answer=statistics(FEW)) as machine:
         machine.offer()
         with machine.start() as process, machine.played(102, []) as peer:
-            yield "found by discovery", partial(found, machine, peer)
+            yield "found by discovery", partial(discovered, machine, peer, True)
             for name, row in MESSAGES.items():
                 yield name, partial(converse, machine, *row)
+            yield "in parallel", partial(in_parallel, machine)
             yield "byte by byte", partial(converse, machine, *MESSAGES["two in one segment"], piece=1)
             for name, *row in EXCEEDANCES:
                 yield "budget: " + name, partial(exceedance, machine, *row)
-            yield "withdrawn at the end", partial(withdrawn, process, peer)
+            assert process.end() == 0, process.text()
+            yield "withdrawn at the end", partial(discovered, machine, peer, False)
