@@ -74,10 +74,11 @@ def exceedance(machine, changes, expected):
 
 
 def in_parallel(machine):
-    """Many more calls than there are threads, while the statistics take their time: each is answered, and none twice."""
+    """Many more calls than there are threads, while the statistics take their time: each is answered once."""
     machine.answer, asked = None, machine.node.services[0].requests
     with contextlib.ExitStack() as stack:
-        clients = [(service, stack.enter_context(machine.client(service))) for service in (REPORT, EXCEEDANCE) * PARALLEL]
+        clients = [(service, stack.enter_context(machine.client(service)))
+                   for service in (REPORT, EXCEEDANCE) * PARALLEL]
         for service, client in clients:
             client.send(message(service, 1))
         machine.node.await_requests(asked + 1)
