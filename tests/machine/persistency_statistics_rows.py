@@ -81,6 +81,5 @@ def rows(programs):
     for changes, words in (({}, "default_budget is missing"),
                            ({"default_budget": {"soft": 5}}, "default_budget.hard is missing"),
                            ({"default_budget": {"soft": -1, "hard": 1}}, "default_budget.soft must be"),
-                           ({"default_budget": {"soft": 1, "hard": 1, "har": 1}}, "default_budget"),
                            ({"default_budget": {"soft": 1, "hard": 1}, "budgets": {"a": 5}}, "budgets.a must be")):
         yield f"refuses {changes}", partial(refuses, programs, changes, words)

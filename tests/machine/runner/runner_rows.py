@@ -11,7 +11,7 @@ import signal
 import subprocess
 from functools import partial
 
-from run import LIMIT_S, NETWORK, Run
+from run import LIMIT_S, NETWORK, ROOT, Run
 
 STATISTICS, WATCHER, MANAGER, READER = (
     "persistency_statistics", "flashwatch", "diagnostic_manager", "flashwatch_read")
@@ -115,11 +115,22 @@ def fresh_forgets_the_state_and_nothing_else_does(run):
     assert manifest["persistency"]["root"] == str(run.place / "machine/state/per")
 
 
+def packages_installed_for_two_architectures_are_not_installed_again(run):
+    for name, script in (("dpkg", "echo amd64"), ("dpkg-query", "echo amd64 installed; echo arm64 installed"),
+                         ("apt-get", "exit 1")):
+        file = run.place / "bin" / name
+        file.write_text(f"#!/bin/sh\n{script}\n")
+        file.chmod(0o755)
+    subprocess.run([ROOT / "scripts/install_packages", "run"], cwd=run.place, check=True,
+                   env={**os.environ, "PATH": "bin:" + os.environ["PATH"]})
+
+
 def rows(_):
     tests = {test.__name__: test for test in (
         once_starts_and_ends_everything_in_order, an_ordinary_user_may_run_it_where_the_system_has_user_namespaces,
         what_a_process_leaves_behind_is_ended_too, the_kernel_ends_everything_when_the_runner_is_killed,
-        fresh_forgets_the_state_and_nothing_else_does)}
+        fresh_forgets_the_state_and_nothing_else_does,
+        packages_installed_for_two_architectures_are_not_installed_again)}
     tests.update({f"{row[:3]}": partial(fault, *row) for row in FAULTS})
     tests.update({f"{number.name} to the first of two": partial(
         a_second_machine_is_refused_and_a_signal_ends_the_first_in_order, number)

@@ -3,7 +3,7 @@
 import contextlib
 from functools import partial
 
-from machine import EXCEEDANCE, PORTS, REPORT, Watched_machine, statistics
+from machine import EXCEEDANCE, REPORT, Watched_machine, statistics
 from someip_client import describe, message
 
 NEEDS_ETC = True
@@ -90,22 +90,13 @@ def in_parallel(machine):
             assert client.ask(service, 0, session=8) == "80/00"
 
 
-def discovered(machine, peer, present):
-    for service in (REPORT, EXCEEDANCE):
-        found = peer.await_offer(service, present)
-        assert found == ((machine.address(), PORTS[service]) if present else None), found
-
-
 def rows(programs):
     with Watched_machine(programs, answer=statistics(FEW)) as machine:
         machine.offer()
-        with machine.start() as process, machine.played(102, []) as peer:
-            yield "found by discovery", partial(discovered, machine, peer, True)
+        with machine.start():
             for name, row in MESSAGES.items():
                 yield name, partial(converse, machine, *row)
             yield "in parallel", partial(in_parallel, machine)
             yield "byte by byte", partial(converse, machine, *MESSAGES["two in one segment"], piece=1)
             for name, *row in EXCEEDANCES:
                 yield "budget: " + name, partial(exceedance, machine, *row)
-            assert process.end() == 0, process.text()
-            yield "withdrawn at the end", partial(discovered, machine, peer, False)

@@ -31,7 +31,7 @@ class Someip_node:
     def __init__(self, address, group, services, sd_port=30490):
         self.address, self.services = address, services
         self.discovery, self.group = (address, sd_port), (group, sd_port)
-        self.session, self.offers, self.ends = 0, {}, False  # the offers of others: (address, port) by service
+        self.session, self.ends = 0, False
         self.changed = threading.Condition()
         own = socket.inet_aton(address)
         self.unicast, multicast = (self._bound(socket.SOCK_DGRAM, at) for at in (self.discovery, self.group))
@@ -55,7 +55,7 @@ class Someip_node:
         self.ends = True
         self.unicast.sendto(b"", self.discovery)
         self.thread.join(LIMIT)
-        if self.services and not silent:
+        if not silent:
             self._offer(ttl=0)
         for each in self.streams:
             self._close(each)
@@ -69,15 +69,6 @@ class Someip_node:
                 withheld, service.withheld = service.withheld, []
                 for connection, request in withheld:
                     self._answer(connection, service, request)
-
-    def await_offer(self, service_id, present=True):
-        """Asks for a service; its address and port when somebody offers it. Not `present`: until nobody does."""
-        if present:
-            self._say([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, ttl=3,
-                                       minor_ver=0xFFFFFFFF)], [])
-        with self.changed:
-            assert self.changed.wait_for(lambda: (service_id in self.offers) == present, LIMIT), self.offers
-            return self.offers.get(service_id)
 
     def await_requests(self, count):
         """Until the services were asked that often, all together."""
@@ -106,38 +97,24 @@ class Someip_node:
     def _discover(self):
         due = time.monotonic()
         while not self.ends:
-            if self.services and time.monotonic() >= due:
+            if time.monotonic() >= due:
                 self._offer()
                 due = time.monotonic() + OFFER_PERIOD
-            for ear in select.select(self.ears, [], [], max(0, due - time.monotonic()) if self.services else None)[0]:
-                self._hear(*ear.recvfrom(65536))
+            for ear in select.select(self.ears, [], [], max(0, due - time.monotonic()))[0]:
+                datagram, sender = ear.recvfrom(65536)
+                if sender[0] != self.address and any(entry.type == 0 for entry in SOMEIP(datagram)[SD].entry_array):
+                    self._offer()
 
     def _offer(self, ttl=3):
-        self._say([SDEntry_Service(type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1,
-                                   minor_ver=0, ttl=ttl) for index, service in enumerate(self.services)],
-                  [SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=each.port) for each in self.services])
-
-    def _say(self, entries, options):
         self.session = self.session % 0xFFFF + 1
         discovery = SD(flags=0xC0)
-        discovery.set_entryArray(entries)
-        discovery.set_optionArray(options)
+        discovery.set_entryArray([SDEntry_Service(
+            type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1, minor_ver=0, ttl=ttl)
+            for index, service in enumerate(self.services)])
+        discovery.set_optionArray([SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=service.port)
+                                   for service in self.services])
         header = SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=self.session)
         self.unicast.sendto(bytes(header / discovery), self.group)
-
-    def _hear(self, datagram, sender):
-        if sender[0] == self.address or SD not in (message := SOMEIP(datagram)):
-            return
-        if self.services and any(entry.type == 0 for entry in message[SD].entry_array):
-            self._offer()
-        with self.changed:
-            for entry in message[SD].entry_array:
-                if entry.type == 1 and entry.ttl:
-                    option = message[SD].option_array[entry.index_1]
-                    self.offers[entry.srv_id] = (option.addr, option.port)
-                elif entry.type == 1:
-                    self.offers.pop(entry.srv_id, None)
-            self.changed.notify_all()
 
     def _accept(self, listener, service):
         self.streams.append(listener)
