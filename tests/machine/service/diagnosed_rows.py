@@ -56,8 +56,10 @@ class Diagnosed_machine(Watched_machine):
             number = signal.SIGTERM if word == "ends" else signal.SIGKILL
             with self.flashwatch as process:
                 assert process.end(number) == (0 if word == "ends" else -number), process.text()
+        elif word == "stops":
+            self.flashwatch.stop()
         else:
-            self.flashwatch.child.send_signal(signal.SIGSTOP if word == "stops" else signal.SIGCONT)
+            self.flashwatch.child.send_signal(signal.SIGCONT)
 
     def play(self, script):
         self.answer = ANSWERS["answers"]

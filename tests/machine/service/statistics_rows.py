@@ -76,12 +76,12 @@ def stops_and_dies(machine):
         machine.read(REPORT)  # writes the first year of use, which the next one counts
         read = machine.read(REPORT)
         assert read.startswith("80/00 0000000101"), read
-        signals(signal.SIGSTOP)
+        service.stop()
         assert machine.read(REPORT) == FAILED
         process.await_text(WARNING + f"no answer within {RESPONSE_TIME_MS} ms")
         signals(signal.SIGCONT)
         await_read(machine, read)  # and not the late answer
-        signals(signal.SIGSTOP)
+        service.stop()
         with machine.client() as client:
             client.send(message(REPORT, 1))
             signals(signal.SIGKILL)

@@ -74,6 +74,11 @@ class Process:
         self.child.send_signal(by)
         return self.wait()
 
+    def stop(self):
+        """Returns when every thread of it has stopped."""
+        self.child.send_signal(signal.SIGSTOP)
+        os.waitid(os.P_PID, self.child.pid, os.WSTOPPED)
+
     def wait(self):
         code = self.child.wait(LIMIT)
         self.reader.join(LIMIT)
