@@ -37,7 +37,7 @@ Instance_id::Instance_id(std::string text) : text_(std::move(text)) { script::ca
 namespace tarn::com::runtime {
 
 Component_singleton::Component_singleton(bool reserved_flag, std::string const& reserved_text) {
-  script::call("com.Component_singleton", (reserved_flag ? "true" : "false") + (", \"" + reserved_text + "\""));
+  script::call("com.Component_singleton", (reserved_flag ? "true, \"" : "false, \"") + reserved_text + "\"");
 }
 Component_singleton::~Component_singleton() { script::note("com.~Component_singleton()"); }
 
@@ -64,13 +64,8 @@ std::shared_ptr<ara::com::Future_driver_if> Proxy_base::send(std::uint16_t metho
                                                              Write_arguments const& /*write_arguments*/,
                                                              std::unique_ptr<Reply_if> reply) const {
   script::call("com.send", std::to_string(method));
-  auto const& answers = script::answers();
-  if (answers.reply_failure != nullptr) {
-    reply->failure(answers.reply_failure);
-  } else {
-    Deserializer payload(answers.reply.data(), answers.reply.size(), {});
-    reply->result(payload);
-  }
+  Deserializer payload(script::answers().reply.data(), script::answers().reply.size(), {});
+  reply->result(payload);
   return nullptr;
 }
 

@@ -7,7 +7,7 @@
 
 namespace ara::exec {
 
-ApplicationClient::ApplicationClient() { script::call("exec.ApplicationClient", ""); }
+ApplicationClient::ApplicationClient() { script::call("exec.ApplicationClient"); }
 ApplicationClient::~ApplicationClient() { script::note("exec.~ApplicationClient()"); }
 
 ApplicationReturnType ApplicationClient::ReportApplicationState(ApplicationState state) {

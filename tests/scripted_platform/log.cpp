@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <array>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -13,6 +13,8 @@
 namespace ara::log {
 namespace {
 
+constexpr std::array levels{"off", "fatal", "error", "warn", "info", "debug", "verbose"};
+
 std::mutex mutex;
 /// The pieces of the records under construction. A stream stays where it was made, so its address is its name.
 std::map<LogStream const*, std::string> open_records;
@@ -22,16 +24,12 @@ void insert(LogStream const* stream, std::string const& piece) {
   open_records[stream] += " " + piece;
 }
 
-std::string typed(char sign, std::size_t bytes, std::string const& number) {
-  return sign + std::to_string(8 * bytes) + ":" + number;
-}
-
 }  // namespace
 
 void InitLogging(std::string application_id, std::string application_description, LogLevel default_level, LogMode mode,
                  std::string directory_path) {
   script::call("log.InitLogging", application_id + ", " + application_description + ", " +
-                                      std::to_string(static_cast<int>(default_level)) + ", " +
+                                      levels.at(static_cast<std::size_t>(default_level)) + ", mode " +
                                       std::to_string(static_cast<int>(mode)) + ", \"" + directory_path + "\"");
 }
 
@@ -49,7 +47,6 @@ Logger& DefaultLogger() noexcept {
 
 Logger::Logger(std::string context_id, std::string context_description, LogLevel level)
     : context_id_(std::move(context_id)), context_description_(std::move(context_description)), level_(level) {}
-
 Logger::~Logger() = default;
 
 void LogStream::Flush() noexcept {
@@ -57,19 +54,21 @@ void LogStream::Flush() noexcept {
   auto const record = open_records.extract(this);
   lock.unlock();
   if (!record.empty()) {
-    script::note(script::log_line(logger_->context_id(), level_) + record.mapped());
+    auto const& context = logger_->context_id();
+    script::note(levels.at(static_cast<std::size_t>(level_)) + (context.empty() ? "" : " " + context) +
+                 record.mapped());
   }
 }
 
-void LogStream::append_bool(bool value) noexcept { insert(this, script::piece(value)); }
+void LogStream::append_bool(bool value) noexcept { insert(this, value ? "true" : "false"); }
 void LogStream::append_signed(std::int64_t value, std::size_t width) noexcept {
-  insert(this, typed('i', width, std::to_string(value)));
+  insert(this, "i" + std::to_string(8 * width) + ":" + std::to_string(value));
 }
 void LogStream::append_unsigned(std::uint64_t value, std::size_t width) noexcept {
-  insert(this, typed('u', width, std::to_string(value)));
+  insert(this, "u" + std::to_string(8 * width) + ":" + std::to_string(value));
 }
 void LogStream::append_float(float value) noexcept { insert(this, "float:" + std::to_string(value)); }
 void LogStream::append_double(double value) noexcept { insert(this, "double:" + std::to_string(value)); }
-void LogStream::append_text(std::string_view text) noexcept { insert(this, script::piece(text)); }
+void LogStream::append_text(std::string_view text) noexcept { insert(this, "'" + std::string(text) + "'"); }
 
 }  // namespace ara::log

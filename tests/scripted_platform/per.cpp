@@ -32,7 +32,7 @@ void KeyValueStorageBase::SetValue(std::string const& key, KvsType const& value)
   script::answers().stored.insert_or_assign(key, value);
 }
 
-void KeyValueStorageBase::SyncToStorage() { script::call("per.SyncToStorage", ""); }
+void KeyValueStorageBase::SyncToStorage() { script::call("per.SyncToStorage"); }
 
 KvsType::KvsType(Content content) noexcept : content_(std::move(content)) {}
 KvsType::KvsType(void const* data, std::size_t size)

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bytes of the three services' results and of the application error.
+// What the three services' bindings read of a peer's bytes. What flashwatch itself writes and reads is compared where
+// it does so.
 #include <cstdint>
-#include <exception>
 #include <functional>
-#include <map>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,167 +18,84 @@
 
 namespace {
 
-using halden::services::diag::Meta_info;
-using Report = halden::services::diag::d_17f0::DataIdentifier_FlashwatchReport;
-using Exceedance = halden::services::diag::d_17f2::DataIdentifier_EMMCBudgetExceedance;
-using orvel::persistency::KVS_io_stat;
+using namespace halden::services::diag;
 using tarn::com::cpp_binding::Deserializer;
 using tarn::com::cpp_binding::Serializer;
 using Bytes = std::vector<std::uint8_t>;
 
-Bytes written(std::function<void(Serializer&)> const& write) {
-  Bytes bytes;
-  Serializer out(bytes, {});
-  write(out);
-  return bytes;
-}
-
-Deserializer reader(Bytes&&) = delete;
-Deserializer reader(Bytes const& bytes) { return {bytes.data(), bytes.size(), {}}; }
-
-TEST(TheReport, IsARecordWithTheCountAndAVector) {
-  struct Row {
-    Report::Read::Output output;
-    char const* hex;
+/// The bytes after reading and writing them.
+template <typename Read, typename Write>
+std::function<Bytes(Bytes const&)> through(Read read, Write write) {
+  return [=](Bytes const& bytes) {
+    Deserializer in(bytes.data(), bytes.size(), {});
+    Bytes again;
+    Serializer out(again, {});
+    write(out, read(in));
+    return again;
   };
-  for (Row const& row : {Row{{0, {}}, "00 00 00 01 00 00 00 00 00"},
-                         Row{{15, {0xAA, 0xBB, 0xCC}}, "00 00 00 01 0F 00 00 00 03 AA BB CC"}}) {
-    Bytes const bytes = written([&](Serializer& out) { write_read_output(out, row.output); });
-    EXPECT_EQ(bytes, bytes_of(row.hex));
-    Deserializer in = reader(bytes);
-    Report::Read::Output const again = halden::services::diag::d_17f0::read_read_output(in);
-    EXPECT_EQ(again.entry_count, row.output.entry_count);
-    EXPECT_EQ(again.report_data, row.output.report_data);
-  }
 }
 
-TEST(TheExceedance, IsOneByteAlone) {
-  for (std::uint8_t const value : {std::uint8_t{0}, std::uint8_t{1}}) {
-    Bytes const bytes = written([&](Serializer& out) { write_read_output(out, Exceedance::Read::Output{value}); });
-    EXPECT_EQ(bytes, Bytes{value});
-    Deserializer in = reader(bytes);
-    EXPECT_EQ(halden::services::diag::d_17f2::read_read_output(in).budget_exceeded, value);
-  }
+template <typename Error>
+Bytes through_error(Bytes const& bytes) {
+  Bytes again;
+  Error(bytes).serialize(again);
+  return again;
 }
 
-TEST(MetaInfo, IsAMapWithFourBytesOfLength) {
-  Meta_info const meta_info{{"a", "1"}, {"b", ""}};
-  Bytes const bytes = written([&](Serializer& out) { halden::services::diag::write_meta_info(out, meta_info); });
-  EXPECT_EQ(bytes, bytes_of("00 00 00 23  00 00 00 05 EF BB BF 61 00  00 00 00 05 EF BB BF 31 00 "
-                            "00 00 00 05 EF BB BF 62 00  00 00 00 04 EF BB BF 00"));
-  Deserializer in = reader(bytes);
-  EXPECT_EQ(halden::services::diag::read_meta_info(in), meta_info);
-}
-
-// One application "n", its members 1 to 8, with `extra` behind the members; the outer lengths are `longer` than right.
-Bytes statistics_answer(std::string const& extra, std::uint8_t outer, std::uint8_t map, std::uint8_t record) {
-  auto const length = [](std::uint8_t value) { return Bytes{0, 0, 0, value}; };
-  Bytes bytes;
-  auto const append = [&](Bytes const& more) { bytes.insert(bytes.end(), more.begin(), more.end()); };
-  append(length(outer));
-  append(length(map));
-  append(bytes_of("00 00 00 05 EF BB BF 6E 00"));
-  append(length(record));
-  append(bytes_of("00 00 00 05 EF BB BF 6E 00"));
-  for (std::uint8_t member = 1; member <= 8; ++member) {
-    append({0, 0, 0, 0, 0, 0, 0, member});
+TEST(ABinding, ReadsWhatItWritesSkipsTheMembersOfALaterVersionAndRefusesACutResult) {
+  using Report = d_17f0::DataIdentifier_FlashwatchReport;
+  using Exceedance = d_17f2::DataIdentifier_EMMCBudgetExceedance;
+  using Write_report = void (*)(Serializer&, Report::Read::Output const&);
+  using Write_exceedance = void (*)(Serializer&, Exceedance::Read::Output const&);
+  std::string const text = "00 00 00 05 EF BB BF 6E 00 ";
+  std::string stat = text;
+  for (char const number : {'1', '2', '3', '4', '5', '6', '7', '8'}) {
+    stat += std::string("00 00 00 00 00 00 00 0") + number + " ";
   }
-  append(bytes_of(extra));
-  return bytes;
-}
-
-TEST(TheStatistics, AreARecordWithAMapOfRecords) {
-  std::map<std::string, KVS_io_stat> const output{{"n", {"n", 1, 2, 3, 4, 5, 6, 7, 8}}};
-  Bytes const bytes = written([&](Serializer& out) { write_kvs_statistics(out, output); });
-  EXPECT_EQ(bytes, statistics_answer("", 90, 86, 73));
-  for (Bytes const& readable : {bytes, statistics_answer("AA BB CC", 93, 89, 76)}) {
-    Deserializer in = reader(readable);
-    auto const again = orvel::persistency::read_kvs_statistics(in);
-    ASSERT_EQ(again.size(), 1U);
-    KVS_io_stat const& stat = again.at("n");
-    EXPECT_EQ(stat.application_id, "n");
-    EXPECT_EQ((std::vector<std::uint64_t>{stat.session_read, stat.session_write, stat.session_setvalue, stat.total_read,
-                                          stat.total_write, stat.total_setvalue, stat.soft_limit, stat.hard_limit}),
-              (std::vector<std::uint64_t>{1, 2, 3, 4, 5, 6, 7, 8}));
+  using Row = std::tuple<std::function<Bytes(Bytes const&)>, std::string, std::string>;
+  for (auto const& [pass, hex, later] :
+       {Row{through(d_17f0::read_read_output, Write_report(d_17f0::write_read_output)),
+            "00 00 00 01 0F 00 00 00 03 AA BB CC", "00 00 00 02 0F 99 00 00 00 03 AA BB CC"},
+        Row{through(d_17f2::read_read_output, Write_exceedance(d_17f2::write_read_output)), "07", "07 99"},
+        Row{through(read_meta_info, write_meta_info), "00 00 00 12 " + text + text,
+            "00 00 00 12 " + text + text + "99"},
+        Row{through(orvel::persistency::read_kvs_statistics, orvel::persistency::write_kvs_statistics),
+            "00 00 00 5A 00 00 00 56 " + text + "00 00 00 49 " + stat,
+            "00 00 00 5D 00 00 00 59 " + text + "00 00 00 4C " + stat + "AA BB CC"},
+        Row{through_error<Report::UDSServiceFailed>, "00 00 00 01 11", "00 00 00 02 11 22"},
+        Row{through_error<Exceedance::UDSServiceFailed>, "00 00 00 01 11", "00 00 00 02 11 22"}}) {
+    auto const bytes = bytes_of(hex);
+    EXPECT_EQ(pass(bytes), bytes) << hex;
+    EXPECT_EQ(pass(bytes_of(later)), bytes) << later;
+    for (auto cut = bytes; !cut.empty();) {
+      cut.pop_back();
+      EXPECT_THROW(pass(cut), std::out_of_range) << hex << " cut at " << cut.size();
+    }
   }
-  Bytes const no_entries = bytes_of("00 00 00 04 00 00 00 00");
-  Deserializer empty = reader(no_entries);
-  EXPECT_TRUE(orvel::persistency::read_kvs_statistics(empty).empty());
-}
-
-template <typename Action>
-std::string complaint_of(Action const& action) {
-  try {
-    action();
-  } catch (std::out_of_range const& error) {
-    return error.what();
-  }
-  return "nothing";
-}
-
-TEST(TheStatistics, AreRefusedWhenALengthIsTooSmall) {
-  char const* const too_small = "Violation of [PRS_SOMEIP_00900]: Record length given by sender is too small.";
-  for (Bytes const& bytes :
-       {statistics_answer("", 89, 86, 73), statistics_answer("", 90, 86, 72), statistics_answer("", 90, 85, 73)}) {
-    Deserializer in = reader(bytes);
-    EXPECT_EQ(complaint_of([&] { orvel::persistency::read_kvs_statistics(in); }).rfind(too_small, 0), 0U);
-  }
-  Bytes const whole = statistics_answer("", 90, 86, 73);
-  for (std::size_t size = 0; size < whole.size(); ++size) {
-    Bytes const cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-    Deserializer in = reader(cut);
-    EXPECT_THROW(orvel::persistency::read_kvs_statistics(in), std::out_of_range) << "cut at " << size;
-  }
+  EXPECT_THROW(through_error<Report::UDSServiceFailed>({0, 0, 0, 0, 0x11}), std::out_of_range) << "too short a record";
 }
 
 template <typename Interface>
-class ApplicationError : public testing::Test {};
-using Interfaces = testing::Types<Report, Exceedance>;
-TYPED_TEST_SUITE(ApplicationError, Interfaces, );
-
-TYPED_TEST(ApplicationError, TravelsAsARecordOfOneByte) {
-  using Error = typename TypeParam::UDSServiceFailed;
-  Bytes bytes;
-  Error(0x11).serialize(bytes);
-  EXPECT_EQ(bytes, bytes_of("00 00 00 01 11"));
-  EXPECT_EQ(Error(0x11).error_code(), 2);
-  std::string const interface = TypeParam::name;
-  EXPECT_EQ(Error(0x11).what(), interface.substr(interface.rfind(':') + 1) + "::UDSServiceFailed::2");
-
-  for (char const* hex : {"00 00 00 01 11", "00 00 00 02 11 22", "00 00 00 01 11 22"}) {
-    EXPECT_EQ(Error(bytes_of(hex)).response_code(), 0x11) << hex;
+void expect_one_error_of_read(char const* what) {
+  Bytes const payload{0, 0, 0, 1, 0x22};
+  for (auto const code : Bytes{0, 1, 3, 255}) {
+    EXPECT_EQ(Interface::Read::GetApplicationErrorExceptionPtr(code, payload), nullptr);
   }
-}
-
-TYPED_TEST(ApplicationError, RefusesAMalformedOne) {
-  using Error = typename TypeParam::UDSServiceFailed;
-  struct Row {
-    char const* hex;
-    char const* start;
-  };
-  for (Row const& row :
-       {Row{"", "Read beyond the end of the data buffer"}, Row{"00 00 00", "Read beyond the end of the data buffer"},
-        Row{"00 00 00 00", "Violation of [PRS_SOMEIP_00900]: Record length provided by sender is smaller"},
-        Row{"00 00 00 00 11", "Violation of [PRS_SOMEIP_00900]: Record length provided by sender is smaller"},
-        Row{"00 00 00 01", "Deserialization calculated invalid end position."},
-        Row{"00 00 00 03 11", "Deserialization calculated invalid end position."}}) {
-    EXPECT_EQ(complaint_of([&] { Error{bytes_of(row.hex)}; }).rfind(row.start, 0), 0U) << row.hex;
-  }
-}
-
-TYPED_TEST(ApplicationError, IsMadeForCodeTwoOfReadOnly) {
-  using Error = typename TypeParam::UDSServiceFailed;
-  Bytes const payload = bytes_of("00 00 00 01 22");
-  for (unsigned code = 0; code < 256; ++code) {
-    auto const narrow = static_cast<std::uint8_t>(code);
-    EXPECT_EQ(TypeParam::Cancel::GetApplicationErrorExceptionPtr(narrow, payload), nullptr);
-    EXPECT_EQ(TypeParam::Read::GetApplicationErrorExceptionPtr(narrow, payload) != nullptr, code == 2) << code;
-  }
+  EXPECT_EQ(Interface::Cancel::GetApplicationErrorExceptionPtr(2, payload), nullptr);
   try {
-    std::rethrow_exception(TypeParam::Read::GetApplicationErrorExceptionPtr(2, payload));
-  } catch (Error const& error) {
+    std::rethrow_exception(Interface::Read::GetApplicationErrorExceptionPtr(2, payload));
+  } catch (typename Interface::UDSServiceFailed const& error) {
+    EXPECT_STREQ(error.what(), what);
+    EXPECT_EQ(error.error_code(), 2);
     EXPECT_EQ(error.response_code(), 0x22);
   }
+}
+
+TEST(ABinding, HasOneApplicationErrorOfRead) {
+  expect_one_error_of_read<d_17f0::DataIdentifier_FlashwatchReport>(
+      "DataIdentifier_FlashwatchReport::UDSServiceFailed::2");
+  expect_one_error_of_read<d_17f2::DataIdentifier_EMMCBudgetExceedance>(
+      "DataIdentifier_EMMCBudgetExceedance::UDSServiceFailed::2");
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ void log_types() {
   log::CreateLogger("DATA", "data").LogWarn()
       << true << std::int8_t{-5} << std::uint8_t{200} << 'A' << std::int16_t{-300} << std::uint16_t{60000} << -7 << 7U
       << std::numeric_limits<std::int64_t>::min() << std::numeric_limits<std::uint64_t>::max() << 1.5F << -2.25 << "c"
-      << "a\0\n\x1b\xff"s << std::string_view("\u00e9") << "";
+      << "a\0\n\x1b\xff"s << std::string_view("\u00e9") << static_cast<char const*>(nullptr);
 }
 
 void log_from_threads() {

@@ -14,10 +14,7 @@
 class Scratch_manifest {
  public:
   explicit Scratch_manifest(std::string const& text) : directory_(testing::TempDir() + "manifest-XXXXXX") {
-    if (mkdtemp(directory_.data()) == nullptr) {
-      throw std::runtime_error("no scratch directory");
-    }
-    std::ofstream(file(), std::ios::binary) << text;
+    std::ofstream(mkdtemp(directory_.data()) + std::string("/machine.json"), std::ios::binary) << text;
   }
   ~Scratch_manifest() { std::filesystem::remove_all(directory_); }
   Scratch_manifest(Scratch_manifest const&) = delete;
