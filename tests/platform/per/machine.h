@@ -10,6 +10,7 @@
 #include <functional>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
@@ -18,6 +19,7 @@
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "ara/per/key_value_storage.h"
 #include "platform/src/per/open_stores.h"
@@ -40,6 +42,13 @@ class Storage final : public ara::per::KeyValueStorageBase {
 
   void put(std::string const& key, std::string const& text) { SetValue(key, ara::per::KvsType(text)); }
   std::string get(std::string const& key) const { return GetValue(key).GetString(); }
+  std::map<std::string, std::string> all() const {
+    std::map<std::string, std::string> all;
+    for (auto const& key : GetAllKeys()) {
+      all[key] = get(key);
+    }
+    return all;
+  }
 };
 
 /// Where a sync costs nothing.
@@ -80,6 +89,22 @@ class Machine {
     }
     ADD_FAILURE() << "no usage of " << application;
     return {};
+  }
+
+  /// Sets "k" to "v".
+  void commit_once(std::string const& application = "app") const {
+    Storage storage(settings, application);
+    storage.put("k", "v");
+    storage.SyncToStorage();
+  }
+
+  /// What the ordinary tool makes of the store: the SQLite result.
+  int as_tool(char const* sql) const {
+    sqlite3* tool = nullptr;
+    sqlite3_open(file().c_str(), &tool);
+    auto const result = sqlite3_exec(tool, sql, nullptr, nullptr, nullptr);
+    sqlite3_close(tool);
+    return result;
   }
 
   /// What a restart of the machine leaves.
