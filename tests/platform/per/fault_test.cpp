@@ -14,11 +14,11 @@ namespace {
 using ara::per::ExceptionPhysicalStorageError;
 using per_test::Machine;
 using per_test::read_file;
+using per_test::State;
 using per_test::Storage;
 using per_test::text_of;
 using per_test::write_file;
 using testing::HasSubstr;
-using State = std::map<std::string, std::string>;
 
 /// Lets one step fail, or every one from it on.
 class Failing_step final : public per_test::per::File_observer {
@@ -38,15 +38,6 @@ class Failing_step final : public per_test::per::File_observer {
   int result = SQLITE_OK;
 };
 
-void stage(Storage& storage, State& state, int sync) {
-  for (auto const number : {7 * sync, 7 * sync + 1, 7 * sync + 2}) {
-    auto const key = "key " + std::to_string(number % 40);
-    storage.put(key, state[key] = "value " + std::to_string(sync) + std::string(30, 'v'));
-  }
-  storage.RemoveKey("key " + std::to_string(3 * sync % 40));
-  state.erase("key " + std::to_string(3 * sync % 40));
-}
-
 TEST(A_storage_whose_medium_fails, keeps_what_is_staged_and_syncs_it_later) {
   constexpr int syncs = 90;  // enough to copy the log into the store
   auto failed = 0;
@@ -59,7 +50,7 @@ TEST(A_storage_whose_medium_fails, keeps_what_is_staged_and_syncs_it_later) {
     fault.result = result;
     for (int sync = 0; sync < syncs; ++sync) {
       SCOPED_TRACE(std::string(cause) + " at sync " + std::to_string(sync));
-      stage(storage, state, sync);
+      storage.stage(state, static_cast<std::size_t>(sync));
       fault.first = fault.steps + sync % 9;
       fault.for_good = sync % 2 == 0;
       try {

@@ -2,7 +2,6 @@
 #ifndef TESTS_PLATFORM_PER_MACHINE_H
 #define TESTS_PLATFORM_PER_MACHINE_H
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -32,6 +32,8 @@ namespace per = linux_platform::per;
 
 inline per::No_file_observer no_observer;
 
+using State = std::map<std::string, std::string>;
+
 /// A storage like KeyValueStorage, with settings, application and observer of the test's choice.
 class Storage final : public ara::per::KeyValueStorageBase {
  public:
@@ -42,12 +44,23 @@ class Storage final : public ara::per::KeyValueStorageBase {
 
   void put(std::string const& key, std::string const& text) { SetValue(key, ara::per::KvsType(text)); }
   std::string get(std::string const& key) const { return GetValue(key).GetString(); }
-  std::map<std::string, std::string> all() const {
-    std::map<std::string, std::string> all;
+  State all() const {
+    State all;
     for (auto const& key : GetAllKeys()) {
       all[key] = get(key);
     }
     return all;
+  }
+
+  /// Stages changes of which no two are the same, and makes them to `state`.
+  void stage(State& state, std::size_t number) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      auto const key = "key " + std::to_string((7 * number + i) % 40);
+      put(key, state[key] = "value " + std::to_string(number) + std::string(70, 'v'));
+    }
+    auto const gone = "key " + std::to_string(3 * number % 40);
+    RemoveKey(gone);
+    state.erase(gone);
   }
 };
 
@@ -120,10 +133,7 @@ class Machine {
 };
 
 inline std::string read_file(std::string const& path) {
-  if (!std::filesystem::is_regular_file(path)) {
-    return {};
-  }
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(std::filesystem::is_regular_file(path) ? path : "", std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -155,6 +165,7 @@ class Child {
       exit_code();
     }
   }
+  /// -1 when a signal ended it.
   int exit_code() {
     int status = 0;
     waitpid(std::exchange(pid_, -1), &status, 0);
@@ -168,27 +179,20 @@ class Child {
 /// Lets one process tell another that it got somewhere.
 class Signpost {
  public:
-  Signpost() {
-    if (pipe(ends_.data()) != 0) {
-      std::abort();
-    }
-  }
-  ~Signpost() {
-    close(ends_[0]);
-    close(ends_[1]);
-  }
+  Signpost() : event_(eventfd(0, EFD_SEMAPHORE)) {}
+  ~Signpost() { close(event_); }
   Signpost(Signpost const&) = delete;
   Signpost& operator=(Signpost const&) = delete;
 
-  void reach() const { ASSERT_EQ(write(ends_[1], "x", 1), 1); }
+  void reach() const { ASSERT_EQ(eventfd_write(event_, 1), 0); }
   /// Returns when the other one got there; the test program's time limit bounds it.
   void wait() const {
-    char byte = 0;
-    ASSERT_EQ(read(ends_[0], &byte, 1), 1);
+    eventfd_t count = 0;
+    ASSERT_EQ(eventfd_read(event_, &count), 0);
   }
 
  private:
-  std::array<int, 2> ends_{};
+  int event_;
 };
 
 /// The text of the exception of type E that `work` throws.

@@ -2,7 +2,6 @@
 // A life of a storage is recorded step by step and cut off after each of them, with what was not synced lost, kept and
 // torn in every way that can be enumerated. Whoever opens it then finds the state before or after the sync.
 #include <algorithm>
-#include <map>
 
 #include "tests/platform/per/recorded_medium.h"
 
@@ -10,8 +9,8 @@ namespace {
 
 using per_test::Machine;
 using per_test::Recorded_medium;
+using per_test::State;
 using per_test::Storage;
-using State = std::map<std::string, std::string>;
 using Steps = Recorded_medium::Steps;
 
 /// Enough to copy the log into the store and begin it anew; opened again now and then, which seals the log.
@@ -19,16 +18,6 @@ constexpr std::size_t syncs = 62;
 constexpr std::size_t syncs_of_a_session = 20;
 /// Up to here every subset of what is pending is lost.
 constexpr std::size_t few = 4;
-
-void stage(Storage& storage, State& state, std::size_t sync) {
-  for (std::size_t i = 0; i < 3; ++i) {
-    auto const key = "key " + std::to_string((7 * sync + i) % 40);
-    storage.put(key, state[key] = "value " + std::to_string(sync) + std::string(70, 'v'));
-  }
-  auto const gone = "key " + std::to_string((3 * sync) % 40);
-  storage.RemoveKey(gone);
-  state.erase(gone);
-}
 
 /// Every subset of a few; of more each single one, all but each single one, and every beginning. (Every end is
 /// an earlier cut.)
@@ -74,7 +63,7 @@ TEST(A_storage_after_a_power_cut, has_the_state_before_or_after_the_sync_whereve
     Storage storage(machine.settings, "app", "store", medium);
     do {
       states.push_back(states.back());
-      stage(storage, states.back(), medium.synced);
+      storage.stage(states.back(), medium.synced);
       storage.SyncToStorage();
     } while (++medium.synced % syncs_of_a_session != 0 && medium.synced < syncs);
   }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,12 @@ class Recorded_medium final : public per::File_observer {
                      o.data == nullptr ? "" : std::string(static_cast<char const*>(o.data), o.size),
                      std::string(o.new_name), synced});
     return 0;
+  }
+
+  /// Handed to the medium so far.
+  std::uint64_t bytes() const {
+    return std::accumulate(steps.begin(), steps.end(), std::uint64_t{0},
+                           [](auto sum, auto const& step) { return sum + step.data.size(); });
   }
 
   /// What among the first `count` steps no sync made durable. A content waits for its file's sync, a name for its

@@ -3,13 +3,14 @@
 // losses of the run directory, over several storages and processes of one application.
 #include <gmock/gmock.h>
 
-#include "tests/platform/per/machine.h"
+#include "tests/platform/per/recorded_medium.h"
 
 namespace {
 
 using per_test::Child;
 using per_test::Machine;
 using per_test::read_file;
+using per_test::Recorded_medium;
 using per_test::Signpost;
 using per_test::Storage;
 using per_test::write_file;
@@ -18,47 +19,27 @@ using per_test::per::Usage_reader;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-/// Counts by itself what is handed to the medium.
-class Byte_counter final : public per_test::per::File_observer {
- public:
-  int before(per_test::per::File_operation const& operation) noexcept override {
-    if (operation.kind == per_test::per::File_operation::Kind::write) {
-      bytes += operation.size;
-    }
-    return 0;
-  }
-  std::uint64_t bytes = 0;
-};
-
 class Usage_of_an_application : public testing::Test {
  protected:
   /// One run of a process that ends in order, or by SIGKILL after its last commit.
   void run_process(bool killed, std::function<void()> const& work) const {
-    Signpost done;
     Child process([&] {
       work();
-      done.reach();
       if (killed) {
-        pause();
+        raise(SIGKILL);
       }
     });
-    done.wait();
-    if (killed) {
-      process.kill();
-    } else {
-      EXPECT_EQ(process.exit_code(), 0);
-    }
+    EXPECT_EQ(process.exit_code(), killed ? -1 : 0);
   }
-  void commit_once() const { machine.commit_once(); }
 
   Machine machine;
 };
 
 TEST_F(Usage_of_an_application, is_seen_from_the_constructor_on_and_counts_every_byte_and_call) {
-  Byte_counter counter;
-  Storage storage(machine.settings, "app", "store", counter);
-  EXPECT_GT(counter.bytes, 0U);
-  EXPECT_EQ(machine.usage().session.write, counter.bytes) << "making the store counts";
+  Recorded_medium medium;
+  Storage storage(machine.settings, "app", "store", medium);
+  EXPECT_GT(medium.bytes(), 0U);
+  EXPECT_EQ(machine.usage().session.write, medium.bytes()) << "making the store counts";
   storage.put("k", "12345");
   storage.put("k", "123456");
   EXPECT_EQ(storage.get("k"), "123456");
@@ -66,25 +47,25 @@ TEST_F(Usage_of_an_application, is_seen_from_the_constructor_on_and_counts_every
   EXPECT_EQ(storage.get("k"), "123456");
   storage.HasKey("k");
   auto const usage = machine.usage();
-  EXPECT_EQ(usage.session, (Usage{12, counter.bytes, 2}));
+  EXPECT_EQ(usage.session, (Usage{12, medium.bytes(), 2}));
   EXPECT_EQ(usage.total, usage.session);
 }
 
 TEST_F(Usage_of_an_application, does_not_make_who_only_reads_write) {
-  commit_once();
-  Byte_counter counter;
+  machine.commit_once();
+  Recorded_medium medium;
   {
-    Storage storage(machine.settings, "app", "store", counter);
+    Storage storage(machine.settings, "app", "store", medium);
     EXPECT_EQ(storage.get("k"), "v");
     storage.SyncToStorage();
   }
-  EXPECT_EQ(counter.bytes, 0U);
+  EXPECT_EQ(medium.bytes(), 0U);
 }
 
 TEST_F(Usage_of_an_application, loses_nothing_by_a_kill_and_at_most_the_unsettled_by_a_power_cut) {
   for (bool const killed : {true, false}) {
     SCOPED_TRACE(killed ? "killed" : "ended");
-    run_process(killed, [&] { commit_once(); });
+    run_process(killed, [&] { machine.commit_once(); });
     auto const before = machine.usage();
     run_process(killed, [&] { Storage{machine.settings}; });
     auto const reopened = machine.usage();
@@ -96,7 +77,7 @@ TEST_F(Usage_of_an_application, loses_nothing_by_a_kill_and_at_most_the_unsettle
     EXPECT_EQ(after_power_cut.session, Usage{});
     EXPECT_LE(after_power_cut.total.write, before.total.write);
     EXPECT_EQ(after_power_cut.total.setvalue, before.total.setvalue) << "a set rides in its own commit";
-    run_process(killed, [&] { commit_once(); });
+    run_process(killed, [&] { machine.commit_once(); });
     auto const next = machine.usage();
     EXPECT_EQ(next.total, after_power_cut.total + next.session);
   }
@@ -136,7 +117,7 @@ TEST_F(Usage_of_an_application, is_the_sum_over_its_storages_and_living_processe
 }
 
 TEST_F(Usage_of_an_application, is_right_or_reported_whatever_stands_in_the_place_of_the_counters) {
-  commit_once();
+  machine.commit_once();
   auto const good = read_file(machine.counters());
   auto const stored = [&] {
     machine.lose_run_directory();
@@ -176,7 +157,7 @@ TEST_F(Usage_of_an_application, is_right_or_reported_whatever_stands_in_the_plac
 }
 
 TEST_F(Usage_of_an_application, starts_over_with_a_store_that_was_made_anew) {
-  commit_once();
+  machine.commit_once();
   std::filesystem::remove(machine.file());
   Storage storage(machine.settings);
   EXPECT_FALSE(storage.HasKey("k")) << "the log of the old store is not taken for the new one's";
