@@ -8,12 +8,8 @@
 
 #include "tests/platform/per/machine.h"
 
+namespace per_test {
 namespace {
-
-using per_test::Child;
-using per_test::Machine;
-using per_test::Signpost;
-using per_test::Storage;
 
 constexpr int kills = 200;
 constexpr int keys = 8;
@@ -48,7 +44,7 @@ TEST(A_storage_whose_process_is_killed, has_what_was_synced_or_what_was_being_sy
   ASSERT_NE(memory, MAP_FAILED);
   auto& progress = *new (memory) Progress;
   std::mt19937 random(static_cast<unsigned>(getpid()));
-  per_test::per::Application_usage last{};
+  per::Application_usage last{};
   for (int kill = 0; kill < kills; ++kill) {
     SCOPED_TRACE("kill " + std::to_string(kill));
     {
@@ -84,3 +80,4 @@ TEST(A_storage_whose_process_is_killed, has_what_was_synced_or_what_was_being_sy
 }
 
 }  // namespace
+}  // namespace per_test

@@ -4,83 +4,55 @@
 #include <limits>
 #include <sys/mount.h>
 
-#include <gmock/gmock.h>
 #include <sqlite3.h>
 
-#include "tests/platform/per/machine.h"
+#include "tests/platform/per/recorded_medium.h"
 
+namespace per_test {
 namespace {
 
-using ara::per::ExceptionPhysicalStorageError;
-using per_test::Machine;
-using per_test::read_file;
-using per_test::State;
-using per_test::Storage;
-using per_test::text_of;
-using per_test::write_file;
-using testing::HasSubstr;
-
-/// Lets one step fail, or every one from it on.
-class Failing_step final : public per_test::per::File_observer {
- public:
-  int before(per_test::per::File_operation const&) noexcept override {
-    auto const step = steps++;
-    auto const fails = step == first || (step > first && for_good);
-    failed += fails ? 1 : 0;
-    return fails ? result : SQLITE_OK;
-  }
-  static constexpr int never = std::numeric_limits<int>::max();
-
-  int steps = 0;
-  int failed = 0;
-  int first = never;
-  bool for_good = false;
-  int result = SQLITE_OK;
-};
-
 TEST(A_storage_whose_medium_fails, keeps_what_is_staged_and_syncs_it_later) {
-  constexpr int syncs = 90;  // enough to copy the log into the store
-  auto failed = 0;
+  constexpr std::size_t syncs = 90;  // enough to copy the log into the store
+  std::size_t failed = 0;
   for (auto const& [result, cause] : {std::pair(SQLITE_FULL, "full"), std::pair(SQLITE_IOERR_FSYNC, "medium fails"),
                                       std::pair(SQLITE_IOERR_WRITE, "medium fails")}) {
     Machine machine;
-    Failing_step fault;
+    Recorded_medium medium;
     State state;
-    Storage storage(machine.settings, "app", "store", fault);
-    fault.result = result;
-    for (int sync = 0; sync < syncs; ++sync) {
+    Storage storage(machine.settings, "app", "store", medium);
+    medium.failure = result;
+    for (std::size_t sync = 0; sync < syncs; ++sync) {
       SCOPED_TRACE(std::string(cause) + " at sync " + std::to_string(sync));
-      storage.stage(state, static_cast<std::size_t>(sync));
-      fault.first = fault.steps + sync % 9;
-      fault.for_good = sync % 2 == 0;
+      storage.stage(state, sync);
+      medium.fail_from = medium.steps.size() + sync % 9;
+      medium.fail_to = sync % 2 == 0 ? Recorded_medium::never : medium.fail_from + 1;
       try {
         storage.SyncToStorage();
       } catch (ExceptionPhysicalStorageError const& e) {
         EXPECT_THAT(e.what(), HasSubstr(cause));
         EXPECT_EQ(storage.all(), state) << "what is staged is still seen";
-        fault.first = Failing_step::never;
+        medium.fail_from = Recorded_medium::never;
         storage.SyncToStorage();
       }
-      fault.first = Failing_step::never;
+      medium.fail_from = Recorded_medium::never;
       EXPECT_EQ(storage.all(), state);
     }
-    failed += fault.failed;
+    failed += medium.failed;
   }
   std::cout << failed << " failed steps\n";
 }
 
 TEST(A_storage_whose_medium_fails, is_refused_or_made_whole_when_it_is_made) {
-  for (int step = 0, made = 0; made == 0; ++step) {
+  for (auto made = false; !made;) {
+    static std::size_t step = 0;
     SCOPED_TRACE(step);
     Machine machine;
-    Failing_step fault;
-    fault.first = step;
-    fault.for_good = true;
-    fault.result = SQLITE_FULL;
+    Recorded_medium medium;
+    medium.fail_from = step++;
+    medium.failure = SQLITE_FULL;
     try {
-      Storage const storage(machine.settings, "app", "store", fault);
-      made = step;
-      EXPECT_GT(step, 4);
+      Storage const storage(machine.settings, "app", "store", medium);
+      made = true;
     } catch (ExceptionPhysicalStorageError const& e) {
       EXPECT_THAT(e.what(), HasSubstr("full"));
     }
@@ -124,9 +96,8 @@ void expect_no_wrong_value(Machine const& machine) {
     Storage const storage(machine.settings);
     EXPECT_EQ(storage.GetAllKeys().size(), keys);
     for (std::size_t i = 0; i < keys; ++i) {
-      auto const value = storage.GetValue("key " + std::to_string(i));
       try {
-        EXPECT_EQ(value.GetString(), "value " + std::to_string(i));
+        EXPECT_EQ(storage.get("key " + std::to_string(i)), "value " + std::to_string(i));
       } catch (ExceptionPhysicalStorageError const&) {
       }
     }
@@ -171,3 +142,4 @@ TEST(A_storage_with_damage, never_gives_a_wrong_value_whatever_bit_flips_or_byte
 }
 
 }  // namespace
+}  // namespace per_test

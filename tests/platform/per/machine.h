@@ -18,7 +18,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sqlite3.h>
 
 #include "ara/per/key_value_storage.h"
@@ -29,6 +29,11 @@
 namespace per_test {
 
 namespace per = linux_platform::per;
+using ara::per::ExceptionLogicError;
+using ara::per::ExceptionPhysicalStorageError;
+using ara::per::ExceptionStorageLocationNotFound;
+using ara::per::KvsType;
+using testing::HasSubstr;
 
 inline per::No_file_observer no_observer;
 
@@ -42,7 +47,7 @@ class Storage final : public ara::per::KeyValueStorageBase {
       : KeyValueStorageBase(std::make_unique<KeyValueStorageBase::Storage>(
             per::Open_stores::of_this_process().open(settings, application, name, observer))) {}
 
-  void put(std::string const& key, std::string const& text) { SetValue(key, ara::per::KvsType(text)); }
+  void put(std::string const& key, std::string const& text) { SetValue(key, KvsType(text)); }
   std::string get(std::string const& key) const { return GetValue(key).GetString(); }
   State all() const {
     State all;
@@ -94,14 +99,11 @@ class Machine {
   std::string log() const { return file() + "-wal"; }
   std::string counters() const { return settings.run_directory + "/app/store.counters"; }
 
-  per::Application_usage usage(std::string const& application = "app") const {
-    for (auto const& each : per::Usage_reader(settings).read().applications) {
-      if (each.application_id == application) {
-        return each;
-      }
-    }
-    ADD_FAILURE() << "no usage of " << application;
-    return {};
+  /// Of the only application.
+  per::Application_usage usage() const {
+    auto const applications = per::Usage_reader(settings).read().applications;
+    EXPECT_EQ(applications.size(), 1U);
+    return applications.at(0);
   }
 
   /// Sets "k" to "v".
@@ -141,30 +143,29 @@ inline void write_file(std::string const& path, std::string const& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-/// A process of its own. It ends with its function (exit code 0, 1 after an exception) or with the object.
+/// A process of its own. It ends with its function (exit code 0, 1 after a failure) or with the object.
 class Child {
  public:
   explicit Child(std::function<void()> const& work) : pid_(fork()) {
     if (pid_ == 0) {
       try {
         work();
-        _exit(0);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
       } catch (std::exception const& e) {
         std::cerr << "child: " << e.what() << std::endl;
         _exit(1);
       }
     }
   }
-  ~Child() { kill(); }
-  Child(Child const&) = delete;
-  Child& operator=(Child const&) = delete;
-
-  void kill() {
+  ~Child() {
     if (pid_ > 0) {
-      ::kill(pid_, SIGKILL);
+      kill(pid_, SIGKILL);
       exit_code();
     }
   }
+  Child(Child const&) = delete;
+  Child& operator=(Child const&) = delete;
+
   /// -1 when a signal ended it.
   int exit_code() {
     int status = 0;

@@ -5,12 +5,9 @@
 
 #include "tests/platform/per/recorded_medium.h"
 
+namespace per_test {
 namespace {
 
-using per_test::Machine;
-using per_test::Recorded_medium;
-using per_test::State;
-using per_test::Storage;
 using Steps = Recorded_medium::Steps;
 
 /// Enough to copy the log into the store and begin it anew; opened again now and then, which seals the log.
@@ -50,7 +47,7 @@ State state_after(Machine const& machine, Recorded_medium::Files const& files) {
     std::filesystem::remove(name);
   }
   for (auto const& [name, content] : files) {
-    per_test::write_file(name, content);
+    write_file(name, content);
   }
   return Storage(machine.settings).all();
 }
@@ -93,3 +90,4 @@ TEST(A_storage_after_a_power_cut, has_the_state_before_or_after_the_sync_whereve
 }
 
 }  // namespace
+}  // namespace per_test

@@ -3,18 +3,14 @@
 #include <cmath>
 #include <limits>
 
-#include <gmock/gmock.h>
-
 #include "platform/src/per/names.h"
 #include "platform/src/per/record_codec.h"
 #include "tests/platform/per/machine.h"
 
+namespace per_test {
 namespace {
 
-using ara::per::ExceptionLogicError;
-using ara::per::ExceptionPhysicalStorageError;
-using ara::per::KvsType;
-using linux_platform::per::Record_codec;
+using per::Record_codec;
 
 std::vector<std::function<void(KvsType const&)>> const getters{
     [](auto& v) { v.GetBinary(); }, [](auto& v) { v.GetString(); }, [](auto& v) { v.GetSInt(); },
@@ -77,7 +73,7 @@ TEST(A_value, comes_back_from_its_record_and_no_flipped_bit_or_other_getter_pass
   }
   for (auto const& getter : getters) {
     auto const damaged = KvsType::damaged("what was found");
-    EXPECT_EQ(per_test::text_of<ExceptionPhysicalStorageError>([&] { getter(damaged); }), "what was found");
+    EXPECT_EQ(text_of<ExceptionPhysicalStorageError>([&] { getter(damaged); }), "what was found");
   }
 }
 
@@ -90,16 +86,15 @@ TEST(A_value, has_the_record_that_other_machines_know) {
 TEST(A_value, leaves_a_buffer_of_another_size_alone) {
   std::string buffer = "abc";
   KvsType const value("xy", 2);
-  EXPECT_THAT(per_test::text_of<ExceptionLogicError>([&] { value.GetBinary(buffer.data(), 3); }),
-              testing::HasSubstr("2 bytes, not 3"));
+  EXPECT_THAT(text_of<ExceptionLogicError>([&] { value.GetBinary(buffer.data(), 3); }), HasSubstr("2 bytes, not 3"));
   EXPECT_EQ(buffer, "abc");
   value.GetBinary(buffer.data(), 2);
   EXPECT_EQ(buffer, "xyc");
 }
 
 TEST(A_name, becomes_a_file_name_of_its_own_and_back) {
-  using linux_platform::per::escape;
-  using linux_platform::per::unescape;
+  using per::escape;
+  using per::unescape;
   for (auto const& [name, file_name] : std::vector<std::pair<std::string, std::string>>{{"a_B-9", "a_B-9"},
                                                                                         {"", "%"},
                                                                                         {".", "%2E"},
@@ -118,3 +113,4 @@ TEST(A_name, becomes_a_file_name_of_its_own_and_back) {
 }
 
 }  // namespace
+}  // namespace per_test
