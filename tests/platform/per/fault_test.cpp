@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Steps to the medium that fail, file systems that are full or read-only, and bits that flip: a storage has what it
 // should have, or says why not.
-#include <limits>
 #include <sys/mount.h>
 
 #include <sqlite3.h>
@@ -67,10 +66,9 @@ TEST(A_storage_on_a_file_system, that_is_full_or_read_only_loses_nothing) {
   Machine machine;
   auto const* const root = machine.settings.root.c_str();
   ASSERT_EQ(mount("tmpfs", root, "tmpfs", 0, "size=256k,mode=755"), 0);
+  machine.commit_once();
   {
     Storage storage(machine.settings);
-    storage.put("k", "old");
-    storage.SyncToStorage();
     write_file(machine.settings.root + "/ballast", std::string(1U << 20U, 'x'));
     storage.put("k", std::string(100000, 'n'));
     EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { storage.SyncToStorage(); }),
