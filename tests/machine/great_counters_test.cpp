@@ -17,7 +17,7 @@ namespace {
 
 auto answer(per_test::Machine const& machine) {
   auto const document =
-      std::make_shared<nlohmann::json const>(nlohmann::json{{"default_budget", {{"soft", 1}, {"hard", 2}}}});
+      std::make_shared<nlohmann::json const>(nlohmann::json::parse(R"({"default_budget": {"soft": 1, "hard": 2}})"));
   Budgets const budgets{{document, *document, "m.json", "persistency"}};
   Stored_usage source{machine.settings};
   return Statistics_report{source, budgets, ara::log::CreateLogger("STAT", "")}.now().at("app");

@@ -18,24 +18,26 @@ TEST(A_storage_whose_medium_fails, keeps_what_is_staged_and_syncs_it_later) {
     Machine machine;
     Recorded_medium medium;
     State state;
-    Storage storage(machine.settings, "app", "store", medium);
+    auto storage = std::make_unique<Storage>(machine.settings, "app", "store", medium);
     medium.failure = result;
     for (std::size_t sync = 0; sync < syncs; ++sync) {
       SCOPED_TRACE(std::string(cause) + " at sync " + std::to_string(sync));
-      storage.stage(state, sync);
+      storage->stage(state, sync);
       medium.fail_from = medium.steps.size() + sync % 9;
       medium.fail_to = sync % 2 == 0 ? Recorded_medium::never : medium.fail_from + 1;
       try {
-        storage.SyncToStorage();
+        storage->SyncToStorage();
       } catch (ExceptionPhysicalStorageError const& e) {
         EXPECT_THAT(e.what(), HasSubstr(cause));
-        EXPECT_EQ(storage.all(), state) << "what is staged is still seen";
+        EXPECT_EQ(storage->all(), state) << "what is staged is still seen";
         medium.fail_from = Recorded_medium::never;
-        storage.SyncToStorage();
+        storage->SyncToStorage();
       }
       medium.fail_from = Recorded_medium::never;
-      EXPECT_EQ(storage.all(), state);
+      EXPECT_EQ(storage->all(), state);
     }
+    storage.reset();
+    EXPECT_EQ(Storage(machine.settings).all(), state) << "nothing is left of the failed ones";
     failed += medium.failed;
   }
   std::cout << failed << " failed steps\n";
