@@ -73,15 +73,15 @@ TEST(A_storage_on_a_file_system, that_is_full_or_read_only_loses_nothing) {
     Storage storage(machine.settings);
     write_file(machine.settings.root + "/ballast", std::string(1U << 20U, 'x'));
     storage.put("k", std::string(100000, 'n'));
-    EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { storage.SyncToStorage(); }),
-                testing::AllOf(HasSubstr("\"store\""), HasSubstr("full")));
+    EXPECT_THAT([&] { storage.SyncToStorage(); }, ThrowsMessage<ExceptionPhysicalStorageError>(
+                                                      testing::AllOf(HasSubstr("\"store\""), HasSubstr("full"))));
     EXPECT_EQ(storage.get("k").size(), 100000U);
     EXPECT_THROW((Storage{machine.settings, "other"}), ExceptionPhysicalStorageError);
     std::filesystem::remove(machine.settings.root + "/ballast");
     storage.SyncToStorage();
   }
   ASSERT_EQ(mount(nullptr, root, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
-  EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { Storage{machine.settings}; }), HasSubstr("Read-only"));
+  EXPECT_THAT([&] { Storage{machine.settings}; }, ThrowsMessage<ExceptionPhysicalStorageError>(HasSubstr("Read-only")));
   EXPECT_GT(machine.usage().total.setvalue, 0U) << "who only reads can";
   ASSERT_EQ(mount(nullptr, root, nullptr, MS_REMOUNT, nullptr), 0);
   EXPECT_EQ(Storage(machine.settings).get("k").size(), 100000U);

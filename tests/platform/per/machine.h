@@ -34,6 +34,7 @@ using ara::per::ExceptionPhysicalStorageError;
 using ara::per::ExceptionStorageLocationNotFound;
 using ara::per::KvsType;
 using testing::HasSubstr;
+using testing::ThrowsMessage;
 
 inline per::No_file_observer no_observer;
 
@@ -195,21 +196,6 @@ class Signpost {
  private:
   int event_;
 };
-
-/// The text of the exception of type E that `work` throws.
-template <typename E, typename Work>
-std::string text_of(Work const& work) {
-  try {
-    work();
-  } catch (E const& e) {
-    return e.what();
-  } catch (std::exception const& e) {
-    ADD_FAILURE() << "another exception: " << e.what();
-    return {};
-  }
-  ADD_FAILURE() << "no exception";
-  return {};
-}
 
 }  // namespace per_test
 

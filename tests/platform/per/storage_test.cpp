@@ -26,8 +26,9 @@ TEST_F(A_storage, reads_what_is_staged_and_keeps_what_is_synced) {
     storage.RemoveKey("never there");
     EXPECT_EQ(storage.get("kept"), "new");
     EXPECT_FALSE(storage.HasKey("removed"));
-    EXPECT_THAT(text_of<ExceptionLogicError>([&] { storage.GetValue("removed"); }),
-                AllOf(HasSubstr("\"store\""), HasSubstr("\"removed\""), HasSubstr("no such key")));
+    EXPECT_THAT([&] { storage.GetValue("removed"); },
+                ThrowsMessage<ExceptionLogicError>(
+                    AllOf(HasSubstr("\"store\""), HasSubstr("\"removed\""), HasSubstr("no such key"))));
     EXPECT_THAT(storage.GetAllKeys(), ElementsAre("added", "kept"));
   }
   Storage dropped(machine.settings);
@@ -76,8 +77,8 @@ TEST_F(A_storage, waits_for_another_process_and_is_then_refused_or_served) {
     end.wait();
   });
   opened.wait();
-  EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { Storage{machine.settings}; }),
-              AllOf(HasSubstr("\"store\""), HasSubstr("in use by another process")));
+  EXPECT_THAT([&] { Storage{machine.settings}; }, ThrowsMessage<ExceptionPhysicalStorageError>(AllOf(
+                                                      HasSubstr("\"store\""), HasSubstr("in use by another process"))));
   machine.settings.lock_wait = std::chrono::seconds{60};
   end.reach();
   EXPECT_EQ(Storage(machine.settings).get("k"), "v");
@@ -97,8 +98,9 @@ TEST_F(A_storage, reports_a_damaged_value_with_the_value) {
   ASSERT_EQ(machine.as_tool("UPDATE entries SET value=x'0200000000616263'"), SQLITE_OK);
   Storage storage(machine.settings);
   auto const value = storage.GetValue("k");
-  EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { value.GetString(); }),
-              AllOf(HasSubstr("\"store\""), HasSubstr("\"app\""), HasSubstr("\"k\""), HasSubstr("checksum")));
+  EXPECT_THAT([&] { value.GetString(); },
+              ThrowsMessage<ExceptionPhysicalStorageError>(
+                  AllOf(HasSubstr("\"store\""), HasSubstr("\"app\""), HasSubstr("\"k\""), HasSubstr("checksum"))));
 }
 
 TEST_F(A_storage, refuses_what_is_no_store_and_leaves_it_as_it_is) {
@@ -127,8 +129,9 @@ TEST_F(A_storage, refuses_what_is_no_store_and_leaves_it_as_it_is) {
     fresh.commit_once();
     obstacle.put(fresh);
     auto const before = read_file(fresh.file());
-    EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { Storage{fresh.settings}; }),
-                AllOf(HasSubstr("\"store\""), HasSubstr("\"app\""), HasSubstr(obstacle.cause)));
+    EXPECT_THAT([&] { Storage{fresh.settings}; },
+                ThrowsMessage<ExceptionPhysicalStorageError>(
+                    AllOf(HasSubstr("\"store\""), HasSubstr("\"app\""), HasSubstr(obstacle.cause))));
     EXPECT_EQ(read_file(fresh.file()), before);
   }
 }
@@ -143,8 +146,8 @@ TEST_F(A_storage, says_where_it_found_no_place) {
                           Row{[](auto& s) { s.group = "no such group"; }, "no such group"}}) {
     auto settings = machine.settings;
     row.spoil(settings);
-    EXPECT_THAT(text_of<ExceptionStorageLocationNotFound>([&] { Storage{settings}; }),
-                AllOf(HasSubstr("\"store\""), HasSubstr(row.text)));
+    EXPECT_THAT([&] { Storage{settings}; },
+                ThrowsMessage<ExceptionStorageLocationNotFound>(AllOf(HasSubstr("\"store\""), HasSubstr(row.text))));
   }
   EXPECT_THROW((Storage{machine.settings, "app", ""}), ExceptionLogicError);
   EXPECT_THROW((Storage{machine.settings, std::string(1000, 'a')}), ExceptionLogicError);
@@ -164,13 +167,13 @@ TEST_F(A_storage, that_is_open_needs_no_permission_any_more_and_others_are_refus
       storage.put("k", "v");
       chmod(machine.folder().c_str(), 0);
       storage.SyncToStorage();
-      EXPECT_THAT(text_of<ExceptionStorageLocationNotFound>([&] { Storage(machine.settings, "app", "other"); }),
-                  HasSubstr("Permission denied"));
+      EXPECT_THAT([&] { Storage(machine.settings, "app", "other"); },
+                  ThrowsMessage<ExceptionStorageLocationNotFound>(HasSubstr("Permission denied")));
       chmod(machine.folder().c_str(), 0700);
     }
     chmod(machine.file().c_str(), 0400);
-    EXPECT_THAT(text_of<ExceptionPhysicalStorageError>([&] { Storage{machine.settings}; }),
-                HasSubstr("Permission denied"));
+    EXPECT_THAT([&] { Storage{machine.settings}; },
+                ThrowsMessage<ExceptionPhysicalStorageError>(HasSubstr("Permission denied")));
     chmod(machine.file().c_str(), 0600);
     EXPECT_EQ(Storage(machine.settings).get("k"), "v");
   });

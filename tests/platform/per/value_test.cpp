@@ -73,7 +73,7 @@ TEST(A_value, comes_back_from_its_record_and_no_flipped_bit_or_other_getter_pass
   }
   for (auto const& getter : getters) {
     auto const damaged = KvsType::damaged("what was found");
-    EXPECT_EQ(text_of<ExceptionPhysicalStorageError>([&] { getter(damaged); }), "what was found");
+    EXPECT_THAT([&] { getter(damaged); }, ThrowsMessage<ExceptionPhysicalStorageError>("what was found"));
   }
 }
 
@@ -86,7 +86,8 @@ TEST(A_value, has_the_record_that_other_machines_know) {
 TEST(A_value, leaves_a_buffer_of_another_size_alone) {
   std::string buffer = "abc";
   KvsType const value("xy", 2);
-  EXPECT_THAT(text_of<ExceptionLogicError>([&] { value.GetBinary(buffer.data(), 3); }), HasSubstr("2 bytes, not 3"));
+  EXPECT_THAT([&] { value.GetBinary(buffer.data(), 3); },
+              ThrowsMessage<ExceptionLogicError>(HasSubstr("2 bytes, not 3")));
   EXPECT_EQ(buffer, "abc");
   value.GetBinary(buffer.data(), 2);
   EXPECT_EQ(buffer, "xyc");
