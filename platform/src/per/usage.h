@@ -37,6 +37,11 @@ constexpr bool operator==(Usage const& a, Usage const& b) noexcept {
   return a.read == b.read && a.write == b.write && a.setvalue == b.setvalue;
 }
 
+/// Whether no member of `a` is less than that of `b`.
+constexpr bool covers(Usage const& a, Usage const& b) noexcept {
+  return a.read >= b.read && a.write >= b.write && a.setvalue >= b.setvalue;
+}
+
 }  // namespace linux_platform::per
 
 #endif

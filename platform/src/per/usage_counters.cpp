@@ -81,10 +81,8 @@ void Usage_counters::repair(File_rights const& rights, std::string const& file) 
 }
 
 void Usage_counters::attach(std::uint64_t store_id, Usage const& stored) {
-  auto const total = content_.total();
-  auto const behind = total.read < stored.read || total.write < stored.write || total.setvalue < stored.setvalue;
   auto const unnamed = content_.store_id == 0;
-  if (content_.store_id == store_id && !behind) {
+  if (content_.store_id == store_id && covers(content_.total(), stored)) {
     return;
   }
   // Counters without a store's name are those of an opening that did not come to its end: what it wrote is counted.

@@ -26,11 +26,9 @@ Usage_file::Words Usage_file::to_words() const noexcept {
 }
 
 std::optional<Usage_file> Usage_file::from_words(Words const& words) noexcept {
-  if (words[0] != mark) {
-    return std::nullopt;
-  }
-  return Usage_file{
+  Usage_file const file{
       words[1], {words[2], words[3], words[4]}, {words[5], words[6], words[7]}, {words[8], words[9], words[10]}};
+  return words[0] == mark && covers(file.run, file.start) ? std::optional(file) : std::nullopt;
 }
 
 std::optional<Usage_file> Usage_file::load(int descriptor) noexcept {

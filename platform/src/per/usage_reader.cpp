@@ -54,10 +54,23 @@ std::optional<std::string> without_suffix(std::string const& name, std::string_v
   return fits ? std::optional(name.substr(0, name.size() - suffix.size())) : std::nullopt;
 }
 
-std::optional<Usage_file> load_counters(std::string const& path) {
+struct Counters {
+  /// Nothing when there are none, when they are only being made, and when they are damaged.
+  std::optional<Usage_file> content;
+  bool damaged = false;
+};
+
+Counters load_counters(std::string const& path) {
   Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-  auto counters = file ? Usage_file::load(file.get()) : std::nullopt;
-  return counters && counters->store_id != 0 ? counters : std::nullopt;
+  if (!file) {
+    return {std::nullopt, errno != ENOENT};
+  }
+  struct stat status {};
+  if (fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0) {
+    return {};
+  }
+  auto const content = Usage_file::load(file.get());
+  return {content && content->store_id != 0 ? content : std::nullopt, !content};
 }
 
 }  // namespace
@@ -121,16 +134,23 @@ void Usage_reader::read_storage(std::string const& folder, std::string const& fi
   if (storage.file_number != status.st_ino) {
     storage = Storage{status.st_ino, false, true, 0, {}};
   }
-  auto const name = *without_suffix(file_name, store_suffix);
-  auto const counters =
-      load_counters(settings_.run_directory + "/" + folder + "/" + name + std::string(counters_suffix));
   if (!storage.examined) {
-    examine(file, storage, counters.has_value(), reading);
+    examine(file, storage, reading);
   } else if (auto const known = findings_.find(file); known != findings_.end()) {
     known->second.seen = true;
   }
+  auto const name = *without_suffix(file_name, store_suffix);
+  auto const counters_file = settings_.run_directory + "/" + folder + "/" + name + std::string(counters_suffix);
+  auto const [counters, damaged] = load_counters(counters_file);
+  // A store that was busy with counters is in its application's hands, and they say everything.
+  storage.examined = storage.examined || counters;
   // Counters of another store are left from one that was here before.
-  if (counters && (storage.store_id == 0 || storage.store_id == counters->store_id)) {
+  auto const fit = counters && (storage.store_id == 0 || storage.store_id == counters->store_id);
+  auto const behind = fit && !covers(counters->total(), storage.stored);
+  if (damaged || behind) {
+    report(counters_file, "the usage counters are damaged; what the store held when it was first seen counts", reading);
+  }
+  if (fit && !behind) {
     application.session = application.session + counters->session();
     application.total = application.total + counters->total();
   } else {
@@ -138,7 +158,7 @@ void Usage_reader::read_storage(std::string const& folder, std::string const& fi
   }
 }
 
-void Usage_reader::examine(std::string const& file, Storage& storage, bool has_counters, Reading& reading) {
+void Usage_reader::examine(std::string const& file, Storage& storage, Reading& reading) {
   No_write_meter meter;
   No_file_observer observer;
   try {
@@ -149,7 +169,6 @@ void Usage_reader::examine(std::string const& file, Storage& storage, bool has_c
     storage.examined = true;
   } catch (Database_busy const&) {
     // Its application has it open. Without counters it is only just doing so, and the next reading will tell.
-    storage.examined = has_counters;
   } catch (ara::per::ExceptionPhysicalStorageError const& e) {
     storage.examined = true;
     report(file, e.what(), reading);

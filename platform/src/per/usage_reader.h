@@ -26,7 +26,8 @@ struct Application_usage {
 ///
 /// A store is opened once, when it is first seen, to read the totals in it, and closed again; from then on its shared
 /// counters in the run directory say everything. A store that its application has open is not opened at all: its
-/// counters already hold its totals. Nothing is written, and no file stays open between two readings. Nothing an
+/// counters already hold its totals. Counters that are damaged, or behind the store, are a finding, and what the store
+/// held when it was opened counts instead. Nothing is written, and no file stays open between two readings. Nothing an
 /// application does to its files can stop or crash a reading. Used by one thread at a time.
 class Usage_reader {
  public:
@@ -54,7 +55,7 @@ class Usage_reader {
   void read_application(std::string const& folder_name, Reading& reading);
   void read_storage(std::string const& folder, std::string const& file_name, Application_usage& application,
                     Reading& reading);
-  void examine(std::string const& file, Storage& storage, bool has_counters, Reading& reading);
+  void examine(std::string const& file, Storage& storage, Reading& reading);
   void report(std::string const& place, std::string const& finding, Reading& reading);
   void forget_what_is_gone();
 

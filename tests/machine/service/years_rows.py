@@ -62,12 +62,16 @@ def traces(machine):
             for file in [machine.stores / "flashwatch", *(machine.stores / "flashwatch").iterdir()]}
 
 
+def clock(machine, time):
+    """The variables for a program whose clock stands still at that time."""
+    stands = datetime.fromtimestamp(time, timezone.utc).strftime("%Y-%m-%d %H:%M:%S")
+    return {**machine.preload(FAKETIME), "FAKETIME": stands, "FAKETIME_DONT_FAKE_MONOTONIC": "1", "TZ": "UTC"}
+
+
 def start(machine, state, seconds, budget, stored, logged, warning):
-    clock = datetime.fromtimestamp(FIRST_USE + seconds, timezone.utc).strftime("%Y-%m-%d %H:%M:%S")
     machine.answer = statistics({"alpha": (0, 0, 0, 0, 1, 0, *budget)})
     before = traces(machine) if state else None
-    variables = {**machine.preload(FAKETIME), "FAKETIME": clock, "FAKETIME_DONT_FAKE_MONOTONIC": "1", "TZ": "UTC"}
-    with machine.start(variables=variables) as process:
+    with machine.start(variables=clock(machine, FIRST_USE + seconds)) as process:
         report = machine.read(REPORT)
         assert process.end() == 0, process.text()
         text = process.text()

@@ -2,7 +2,6 @@
 #ifndef TESTS_PLATFORM_PER_MACHINE_H
 #define TESTS_PLATFORM_PER_MACHINE_H
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -10,14 +9,17 @@
 #include <functional>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <string>
+#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <sqlite3.h>
 
 #include "ara/per/key_value_storage.h"
 #include "platform/src/per/open_stores.h"
@@ -27,8 +29,16 @@
 namespace per_test {
 
 namespace per = linux_platform::per;
+using ara::per::ExceptionLogicError;
+using ara::per::ExceptionPhysicalStorageError;
+using ara::per::ExceptionStorageLocationNotFound;
+using ara::per::KvsType;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
 
 inline per::No_file_observer no_observer;
+
+using State = std::map<std::string, std::string>;
 
 /// A storage like KeyValueStorage, with settings, application and observer of the test's choice.
 class Storage final : public ara::per::KeyValueStorageBase {
@@ -38,8 +48,26 @@ class Storage final : public ara::per::KeyValueStorageBase {
       : KeyValueStorageBase(std::make_unique<KeyValueStorageBase::Storage>(
             per::Open_stores::of_this_process().open(settings, application, name, observer))) {}
 
-  void put(std::string const& key, std::string const& text) { SetValue(key, ara::per::KvsType(text)); }
+  void put(std::string const& key, std::string const& text) { SetValue(key, KvsType(text)); }
   std::string get(std::string const& key) const { return GetValue(key).GetString(); }
+  State all() const {
+    State all;
+    for (auto const& key : GetAllKeys()) {
+      all[key] = get(key);
+    }
+    return all;
+  }
+
+  /// Stages changes of which no two are the same, and makes them to `state`.
+  void stage(State& state, std::size_t number) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      auto const key = "key " + std::to_string((7 * number + i) % 40);
+      put(key, state[key] = "value " + std::to_string(number) + std::string(70, 'v'));
+    }
+    auto const gone = "key " + std::to_string(3 * number % 40);
+    RemoveKey(gone);
+    state.erase(gone);
+  }
 };
 
 /// Where a sync costs nothing.
@@ -72,14 +100,27 @@ class Machine {
   std::string log() const { return file() + "-wal"; }
   std::string counters() const { return settings.run_directory + "/app/store.counters"; }
 
-  per::Application_usage usage(std::string const& application = "app") const {
-    for (auto const& each : per::Usage_reader(settings).read().applications) {
-      if (each.application_id == application) {
-        return each;
-      }
-    }
-    ADD_FAILURE() << "no usage of " << application;
-    return {};
+  /// Of the only application.
+  per::Application_usage usage() const {
+    auto const applications = per::Usage_reader(settings).read().applications;
+    EXPECT_EQ(applications.size(), 1U);
+    return applications.at(0);
+  }
+
+  /// Sets "k" to "v".
+  void commit_once(std::string const& application = "app") const {
+    Storage storage(settings, application);
+    storage.put("k", "v");
+    storage.SyncToStorage();
+  }
+
+  /// What the ordinary tool makes of the store: the SQLite result.
+  int as_tool(char const* sql) const {
+    sqlite3* tool = nullptr;
+    sqlite3_open(file().c_str(), &tool);
+    auto const result = sqlite3_exec(tool, sql, nullptr, nullptr, nullptr);
+    sqlite3_close(tool);
+    return result;
   }
 
   /// What a restart of the machine leaves.
@@ -95,10 +136,7 @@ class Machine {
 };
 
 inline std::string read_file(std::string const& path) {
-  if (!std::filesystem::is_regular_file(path)) {
-    return {};
-  }
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(std::filesystem::is_regular_file(path) ? path : "", std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -106,30 +144,30 @@ inline void write_file(std::string const& path, std::string const& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-/// A process of its own. It ends with its function (exit code 0, 1 after an exception) or with the object.
+/// A process of its own. It ends with its function (exit code 0, 1 after a failure) or with the object.
 class Child {
  public:
   explicit Child(std::function<void()> const& work) : pid_(fork()) {
     if (pid_ == 0) {
       try {
         work();
-        _exit(0);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
       } catch (std::exception const& e) {
         std::cerr << "child: " << e.what() << std::endl;
         _exit(1);
       }
     }
   }
-  ~Child() { kill(); }
-  Child(Child const&) = delete;
-  Child& operator=(Child const&) = delete;
-
-  void kill() {
+  ~Child() {
     if (pid_ > 0) {
-      ::kill(pid_, SIGKILL);
+      kill(pid_, SIGKILL);
       exit_code();
     }
   }
+  Child(Child const&) = delete;
+  Child& operator=(Child const&) = delete;
+
+  /// -1 when a signal ended it.
   int exit_code() {
     int status = 0;
     waitpid(std::exchange(pid_, -1), &status, 0);
@@ -143,43 +181,21 @@ class Child {
 /// Lets one process tell another that it got somewhere.
 class Signpost {
  public:
-  Signpost() {
-    if (pipe(ends_.data()) != 0) {
-      std::abort();
-    }
-  }
-  ~Signpost() {
-    close(ends_[0]);
-    close(ends_[1]);
-  }
+  Signpost() : event_(eventfd(0, EFD_SEMAPHORE)) {}
+  ~Signpost() { close(event_); }
   Signpost(Signpost const&) = delete;
   Signpost& operator=(Signpost const&) = delete;
 
-  void reach() const { ASSERT_EQ(write(ends_[1], "x", 1), 1); }
+  void reach() const { ASSERT_EQ(eventfd_write(event_, 1), 0); }
   /// Returns when the other one got there; the test program's time limit bounds it.
   void wait() const {
-    char byte = 0;
-    ASSERT_EQ(read(ends_[0], &byte, 1), 1);
+    eventfd_t count = 0;
+    ASSERT_EQ(eventfd_read(event_, &count), 0);
   }
 
  private:
-  std::array<int, 2> ends_{};
+  int event_;
 };
-
-/// The text of the exception of type E that `work` throws.
-template <typename E, typename Work>
-std::string text_of(Work const& work) {
-  try {
-    work();
-  } catch (E const& e) {
-    return e.what();
-  } catch (std::exception const& e) {
-    ADD_FAILURE() << "another exception: " << e.what();
-    return {};
-  }
-  ADD_FAILURE() << "no exception";
-  return {};
-}
 
 }  // namespace per_test
 

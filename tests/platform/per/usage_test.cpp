@@ -1,98 +1,58 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the statistics service sees of who reads, writes and sets: from the constructor on, over kills, restarts and
 // losses of the run directory, over several storages and processes of one application.
-#include <fcntl.h>
 
-#include <gmock/gmock.h>
+#include "tests/platform/per/recorded_medium.h"
 
-#include "tests/platform/per/machine.h"
-
+namespace per_test {
 namespace {
 
-using per_test::Child;
-using per_test::Machine;
-using per_test::read_file;
-using per_test::Signpost;
-using per_test::Storage;
-using per_test::write_file;
-using per_test::per::Usage;
-using per_test::per::Usage_reader;
-using testing::HasSubstr;
+using per::Usage;
+using per::Usage_reader;
 using testing::SizeIs;
-
-/// Counts by itself what is handed to the medium.
-class Byte_counter final : public per_test::per::File_observer {
- public:
-  int before(per_test::per::File_operation const& operation) noexcept override {
-    if (operation.kind == per_test::per::File_operation::Kind::write) {
-      bytes += operation.size;
-    }
-    return 0;
-  }
-  std::uint64_t bytes = 0;
-};
 
 class Usage_of_an_application : public testing::Test {
  protected:
   /// One run of a process that ends in order, or by SIGKILL after its last commit.
   void run_process(bool killed, std::function<void()> const& work) const {
-    Signpost done;
     Child process([&] {
       work();
-      done.reach();
       if (killed) {
-        pause();
+        raise(SIGKILL);
       }
     });
-    done.wait();
-    if (killed) {
-      process.kill();
-    } else {
-      EXPECT_EQ(process.exit_code(), 0);
-    }
-  }
-  void commit_once() const {
-    Storage storage(machine.settings);
-    storage.put("k", "v");
-    storage.SyncToStorage();
+    EXPECT_EQ(process.exit_code(), killed ? -1 : 0);
   }
 
   Machine machine;
 };
 
 TEST_F(Usage_of_an_application, is_seen_from_the_constructor_on_and_counts_every_byte_and_call) {
-  Byte_counter counter;
-  Storage storage(machine.settings, "app", "store", counter);
-  EXPECT_GT(counter.bytes, 0U);
-  EXPECT_EQ(machine.usage().session.write, counter.bytes) << "making the store counts";
+  Recorded_medium medium;
+  Storage storage(machine.settings, "app", "store", medium);
+  EXPECT_GT(medium.bytes(), 0U);
+  EXPECT_EQ(machine.usage().session.write, medium.bytes()) << "making the store counts";
   storage.put("k", "12345");
   storage.put("k", "123456");
   EXPECT_EQ(storage.get("k"), "123456");
   storage.SyncToStorage();
   EXPECT_EQ(storage.get("k"), "123456");
-  storage.HasKey("k");
   auto const usage = machine.usage();
-  EXPECT_EQ(usage.session, (Usage{12, counter.bytes, 2}));
+  EXPECT_EQ(usage.session, (Usage{12, medium.bytes(), 2}));
   EXPECT_EQ(usage.total, usage.session);
 }
 
 TEST_F(Usage_of_an_application, does_not_make_who_only_reads_write) {
-  commit_once();
-  Byte_counter counter;
-  auto const before = read_file(machine.file()) + read_file(machine.log());
-  for (int i = 0; i < 3; ++i) {
-    Storage storage(machine.settings, "app", "store", counter);
-    EXPECT_EQ(storage.get("k"), "v");
-    storage.SyncToStorage();
-  }
-  EXPECT_EQ(counter.bytes, 0U);
-  EXPECT_EQ(read_file(machine.file()) + read_file(machine.log()), before);
+  machine.commit_once();
+  Recorded_medium medium;
+  EXPECT_EQ(Storage(machine.settings, "app", "store", medium).get("k"), "v");
+  EXPECT_EQ(medium.steps.size(), 0U);
 }
 
 TEST_F(Usage_of_an_application, loses_nothing_by_a_kill_and_at_most_the_unsettled_by_a_power_cut) {
   for (bool const killed : {true, false}) {
     SCOPED_TRACE(killed ? "killed" : "ended");
-    run_process(killed, [&] { commit_once(); });
+    run_process(killed, [&] { machine.commit_once(); });
     auto const before = machine.usage();
     run_process(killed, [&] { Storage{machine.settings}; });
     auto const reopened = machine.usage();
@@ -104,7 +64,7 @@ TEST_F(Usage_of_an_application, loses_nothing_by_a_kill_and_at_most_the_unsettle
     EXPECT_EQ(after_power_cut.session, Usage{});
     EXPECT_LE(after_power_cut.total.write, before.total.write);
     EXPECT_EQ(after_power_cut.total.setvalue, before.total.setvalue) << "a set rides in its own commit";
-    run_process(killed, [&] { commit_once(); });
+    run_process(killed, [&] { machine.commit_once(); });
     auto const next = machine.usage();
     EXPECT_EQ(next.total, after_power_cut.total + next.session);
   }
@@ -143,30 +103,48 @@ TEST_F(Usage_of_an_application, is_the_sum_over_its_storages_and_living_processe
   end.reach();
 }
 
-TEST_F(Usage_of_an_application, survives_whatever_stands_in_the_counters_file) {
-  commit_once();
+TEST_F(Usage_of_an_application, is_right_or_reported_whatever_stands_in_the_place_of_the_counters) {
+  machine.commit_once();
   auto const good = read_file(machine.counters());
   auto const stored = [&] {
     machine.lose_run_directory();
     return machine.usage().total;
   }();
-  for (auto const& content :
-       {std::string(), good.substr(0, 87), good + "x", std::string(88, '\xFF'), std::string(88, '\0')}) {
+  struct Row {
+    char const* name;
+    std::function<void(char const*)> put;
+    std::size_t findings = 1;
+    bool repaired = true;
+  };
+  auto const content = [](std::string const& bytes) { return [=](char const* file) { write_file(file, bytes); }; };
+  for (auto const& row :
+       {Row{"empty", content(""), 0}, Row{"too short", content(good.substr(0, 87))},
+        Row{"too long", content(good + "x")}, Row{"garbage", content(std::string(88, '\xFF'))},
+        Row{"session beyond run", content(good.substr(0, 40) + std::string(24, 'x') + good.substr(64))},
+        Row{"behind the store", content(good.substr(0, 16) + std::string(72, '\0'))},
+        Row{"pipe", [](auto file) { mkfifo(file, 0600); }, 1, false},
+        Row{"folder", [](auto file) { mkdir(file, 0700); }, 1, false},
+        Row{"link", [](auto file) { std::filesystem::create_symlink("/dev/zero", file); }, 1, false}}) {
+    SCOPED_TRACE(row.name);
     std::filesystem::create_directories(machine.settings.run_directory + "/app");
-    write_file(machine.counters(), content);
-    EXPECT_EQ(machine.usage().total, stored);
-    { Storage{machine.settings}; }
-    EXPECT_EQ(machine.usage().total, stored);
-    EXPECT_THAT(read_file(machine.counters()), SizeIs(good.size()));
+    std::filesystem::remove(machine.counters());
+    row.put(machine.counters().c_str());
+    auto const reading = Usage_reader(machine.settings).read();
+    EXPECT_EQ(reading.applications.at(0).total, stored);
+    EXPECT_EQ(reading.applications.at(0).session, Usage{});
+    EXPECT_THAT(reading.findings, SizeIs(row.findings));
+    if (row.repaired) {
+      { Storage{machine.settings}; }
+      EXPECT_EQ(machine.usage().total, stored);
+      EXPECT_THAT(read_file(machine.counters()), SizeIs(good.size()));
+    } else {
+      EXPECT_ANY_THROW(Storage{machine.settings});
+    }
   }
-  auto extreme = good;
-  std::fill(extreme.begin() + 16, extreme.begin() + 40, '\xFF');
-  write_file(machine.counters(), extreme);
-  EXPECT_EQ(machine.usage().total.write, std::numeric_limits<std::uint64_t>::max()) << "stops instead of wrapping";
 }
 
 TEST_F(Usage_of_an_application, starts_over_with_a_store_that_was_made_anew) {
-  commit_once();
+  machine.commit_once();
   std::filesystem::remove(machine.file());
   Storage storage(machine.settings);
   EXPECT_FALSE(storage.HasKey("k")) << "the log of the old store is not taken for the new one's";
@@ -204,12 +182,7 @@ TEST(The_usage_reader, follows_storages_that_come_go_and_break) {
 
 TEST(The_usage_reader, opens_each_store_once_and_keeps_no_file_open) {
   Machine machine;
-  constexpr std::size_t applications = 30;
-  for (std::size_t i = 0; i < applications; ++i) {
-    Storage storage(machine.settings, "app" + std::to_string(i));
-    storage.put("k", "v");
-    storage.SyncToStorage();
-  }
+  machine.commit_once();
   machine.lose_run_directory();
   auto const open_files = [] {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator{});
@@ -218,17 +191,13 @@ TEST(The_usage_reader, opens_each_store_once_and_keeps_no_file_open) {
   Usage_reader reader(machine.settings);
   auto const first = reader.read();
   EXPECT_EQ(open_files(), before);
-  ASSERT_THAT(first.applications, SizeIs(applications));
-  for (std::size_t i = 0; i < applications; ++i) {
-    // What cannot be read any more proves that it is not read again.
-    std::fstream(machine.settings.root + "/app" + std::to_string(i) + "/store.db", std::ios::in | std::ios::out) << "x";
-  }
+  // What cannot be read any more proves that it is not read again.
+  std::fstream(machine.file(), std::ios::in | std::ios::out) << "x";
   auto const second = reader.read();
   EXPECT_THAT(second.findings, SizeIs(0));
-  for (std::size_t i = 0; i < applications; ++i) {
-    EXPECT_EQ(first.applications[i].total.setvalue, 1U);
-    EXPECT_EQ(second.applications[i].total, first.applications[i].total);
-  }
+  EXPECT_EQ(first.applications.at(0).total.setvalue, 1U);
+  EXPECT_EQ(second.applications.at(0).total, first.applications.at(0).total);
 }
 
 }  // namespace
+}  // namespace per_test
