@@ -58,9 +58,11 @@ class Machine:
     def lay_over_etc(self):
         """The service's configuration, for this process and its children only."""
         if not self._has_etc:
+            mapping = self.directory / "scid_mapping.json"
+            mapping.write_text(json.dumps({"mappings": [{"app_name": f"vehicle_application_{number:05}", "scid": number + 1}
+                                                        for number in range(APPLICATIONS)]}), encoding="utf-8")
             try:
-                surroundings.lay_over_etc([ROOT / "machine/etc/flashwatch.json", ROOT / "machine/etc/scid_mapping.json"],
-                                          self.directory / "etc")
+                surroundings.lay_over_etc([ROOT / "machine/etc/flashwatch.json", mapping], self.directory / "etc")
             except MachineError as error:
                 raise Unmeasurable(str(error)) from error
             self._has_etc = True

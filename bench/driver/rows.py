@@ -44,7 +44,7 @@ def exchange(machine):
 
 
 def get_stats(machine):
-    each = {}
+    beside_floor = {}
     for placement, (near, far) in placements():
         for applications, rounds, calls in ((15, ROUNDS, 100), (1000, 40, 10), (10_000, 20, 2)):
             with machine.server("floor_server", ADDRESSES["floor_1"], FLOOR_PORT, processor=far), \
@@ -53,12 +53,13 @@ def get_stats(machine):
                                                calls, processor=near))
             yield found.row(f"get_stats of {applications:,} applications", placement, "get_stats", "bare_stats", 1.3)
             if placement == SAME:
-                each[applications] = found.median("get_stats") / applications
+                beside_floor[applications] = statistics.median(found.ratios("get_stats", "bare_stats"))
                 yield found.row(f"deserializing the statistics of {applications:,}", placement, "deserialize", "copy",
                                 1.5)
-    growth = each[10_000] / each[1000]
-    yield Row("get_stats for each application, 10,000 beside 1,000", SAME, time_text(each[10_000]),
-              time_text(each[1000]), f"{growth:.2f}", "linear: ≤ 1.3", growth <= 1.3, {"ratio": growth})
+    growth = beside_floor[10_000] / beside_floor[1000]
+    yield Row("get_stats of 10,000 applications beside 1,000: how the ratio grows", SAME,
+              f"{beside_floor[10_000]:.2f}", f"{beside_floor[1000]:.2f}", f"{growth:.2f}", "≤ 1.1 (linear)",
+              growth <= 1.1, {"ratio": growth})
 
 
 @contextlib.contextmanager
@@ -106,7 +107,7 @@ def store(machine):
             raise Unmeasurable(f"{machine.directory} is on no medium, or its file system does not count")
         ratio = ours / floor
         yield Row(f"bytes written for {what}", "", f"{ours:,.0f}", f"{floor:,.0f}", f"{ratio:.3f}", "≤ 1.0",
-                  ratio <= 1.005, {"ratio": ratio})
+                  ratio <= 1.01, {"ratio": ratio})
 
 
 def start(machine):
