@@ -150,14 +150,17 @@ def rest(machine):
         yield Row("flashwatch at rest: threads", "", str(threads), "", "", "≤ 3", threads <= 3, {"threads": threads})
         yield Row("flashwatch at rest: context switches a minute", "", f"{a_minute:.0f}", "", "", "≤ 100",
                   a_minute <= 100, {"switches": a_minute})
+    for watcher, log, most_kib in (("flashwatch_at_warnings", "warnings logged", 0), ("flashwatch", "everything logged", None)):
         kib = []
-        for _ in range(2):
-            machine.measure("exchange_cost", 1, 9, READS // 10, text=tester.peer("doip"))
-            kib.append(status(pathlib.Path(f"/proc/{process.pid}"), "VmRSS"))
-        yield Row(f"resident after {READS:,} reads", "", f"{kib[0] / 1024:.1f} MiB", "", "", "≤ 8 MB",
+        with diagnosed(machine, watcher) as (process, tester):
+            for _ in range(2):
+                machine.measure("exchange_cost", 1, 9, READS // 10, text=tester.peer("doip"))
+                kib.append(status(pathlib.Path(f"/proc/{process.pid}"), "VmRSS"))
+        yield Row(f"resident after {READS:,} reads, {log}", "", f"{kib[0] / 1024:.1f} MiB", "", "", "≤ 8 MB",
                   kib[0] * 1024 <= 8_000_000, {"kib": kib[0]})
-        yield Row(f"its growth by {READS:,} more", "", f"{kib[1] - kib[0]} KiB", "", "", "0", kib[1] <= kib[0],
-                  {"kib": kib[1] - kib[0]})
+        growth = kib[1] - kib[0]
+        yield Row(f"its growth by {READS:,} more, {log}", "", f"{growth} KiB", "", "",
+                  "" if most_kib is None else "0", None if most_kib is None else growth <= most_kib, {"kib": growth})
 
 
 def restart(machine):
