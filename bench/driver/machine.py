@@ -204,7 +204,8 @@ class Tester:
 
 def floor_peer(name, request_size, answer_size, kind="raw"):
     greeting = struct.pack(">II", request_size, answer_size) + bytes(answer_size)
-    return f"{name} {kind} {ADDRESSES['floor_1']} {FLOOR_PORT} {greeting.hex()} 0 {bytes(request_size).hex()} {answer_size}\n"
+    return (f"{name} {kind} {ADDRESSES['floor_1']} {FLOOR_PORT} {greeting.hex()} 0 {bytes(request_size).hex()} "
+            f"{answer_size}\n")
 
 
 def echo_peers(size):

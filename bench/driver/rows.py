@@ -73,8 +73,8 @@ def diagnosed(machine, watcher, near=None, far=None):
 
 
 def diagnosis(machine):
-    for watcher, log, limits in (("flashwatch_at_warnings", "warnings logged", {SAME: 2.2, SPLIT: 1.5}),
-                                 ("flashwatch", "everything logged", {})):
+    for watcher, logged, limits in (("flashwatch_at_warnings", "warnings logged", {SAME: 2.2, SPLIT: 1.5}),
+                                    ("flashwatch", "everything logged", {})):
         for placement, (near, far) in placements():
             with machine.server("floor_server", ADDRESSES["floor_3"], FLOOR_PORT, processor=far), \
                     machine.server("floor_server", ADDRESSES["floor_2"], FLOOR_PORT, ADDRESSES["floor_3"],
@@ -84,7 +84,7 @@ def diagnosis(machine):
                     diagnosed(machine, watcher, near, far) as (_, tester):
                 peers = floor_peer("hops", len(tester.READ_17F0), tester.answer_size) + tester.peer("doip")
                 rounds = Rounds(machine.measure("exchange_cost", 1, ROUNDS, 50, processor=near, text=peers))
-            yield rounds.row(f"0x17F0 through DoIP, {APPLICATIONS} applications, {log}", placement, "doip", "hops",
+            yield rounds.row(f"0x17F0 through DoIP, {APPLICATIONS} applications, {logged}", placement, "doip", "hops",
                              limits.get(placement))
 
 
@@ -150,16 +150,17 @@ def rest(machine):
         yield Row("flashwatch at rest: threads", "", str(threads), "", "", "≤ 3", threads <= 3, {"threads": threads})
         yield Row("flashwatch at rest: context switches a minute", "", f"{a_minute:.0f}", "", "", "≤ 100",
                   a_minute <= 100, {"switches": a_minute})
-    for watcher, log, most_kib in (("flashwatch_at_warnings", "warnings logged", 0), ("flashwatch", "everything logged", None)):
+    for watcher, logged, most_kib in (("flashwatch_at_warnings", "warnings logged", 0),
+                                      ("flashwatch", "everything logged", None)):
         kib = []
         with diagnosed(machine, watcher) as (process, tester):
             for _ in range(2):
                 machine.measure("exchange_cost", 1, 9, READS // 10, text=tester.peer("doip"))
                 kib.append(status(pathlib.Path(f"/proc/{process.pid}"), "VmRSS"))
-        yield Row(f"resident after {READS:,} reads, {log}", "", f"{kib[0] / 1024:.1f} MiB", "", "", "≤ 8 MB",
+        yield Row(f"resident after {READS:,} reads, {logged}", "", f"{kib[0] / 1024:.1f} MiB", "", "", "≤ 8 MB",
                   kib[0] * 1024 <= 8_000_000, {"kib": kib[0]})
         growth = kib[1] - kib[0]
-        yield Row(f"its growth by {READS:,} more, {log}", "", f"{growth} KiB", "", "",
+        yield Row(f"its growth by {READS:,} more, {logged}", "", f"{growth} KiB", "", "",
                   "" if most_kib is None else "0", None if most_kib is None else growth <= most_kib, {"kib": growth})
 
 
