@@ -19,13 +19,11 @@ void for_each_number(Stat& stat, Visit&& visit) {
   visit(stat.hard_limit);
 }
 
-KVS_io_stat read_stat(tarn::com::cpp_binding::Deserializer& in) {
-  KVS_io_stat stat{};
+void read_stat(tarn::com::cpp_binding::Deserializer& in, KVS_io_stat& stat) {
   in.read_record([&] {
     stat.application_id = in.read_string();
     for_each_number(stat, [&](std::uint64_t& number) { number = in.read_u64(); });
   });
-  return stat;
 }
 
 void write_stat(tarn::com::cpp_binding::Serializer& out, KVS_io_stat const& stat) {
@@ -43,7 +41,7 @@ statistics::get_KVS_statistics::Output read_kvs_statistics(tarn::com::cpp_bindin
     in.read_array([&] {
       std::string key = in.read_string();
       // The sender's map is ordered, so the new entry nearly always belongs at the end.
-      output.insert_or_assign(output.end(), std::move(key), read_stat(in));
+      read_stat(in, output.emplace_hint(output.end(), std::move(key), KVS_io_stat{})->second);
     });
   });
   return output;

@@ -24,10 +24,17 @@ class Timer_driver {
   Timer_queue& queue() noexcept { return queue_; }
 
  private:
+  // A wake-up that has become too early stays: most deadlines are given up long before they come, and setting the
+  // kernel's timer for each costs more than waking up in vain now and then.
   void arm() {
-    wake_up_.expires_at(*queue_.next());
+    if (next_wake_up_ <= *queue_.next()) {
+      return;
+    }
+    next_wake_up_ = *queue_.next();
+    wake_up_.expires_at(next_wake_up_);
     wake_up_.async_wait([this](boost::system::error_code const& error) {
       if (!error) {
+        next_wake_up_ = Timer_queue::Time::max();
         queue_.run_due();
         if (queue_.next()) {
           arm();
@@ -38,6 +45,7 @@ class Timer_driver {
 
   Timer_queue queue_;
   boost::asio::steady_timer wake_up_;
+  Timer_queue::Time next_wake_up_ = Timer_queue::Time::max();
 };
 
 }  // namespace machine::diagnostic_manager::server

@@ -31,7 +31,7 @@ bool Client_link::alive() {
     reading_ = true;
   }
   // Nobody has looked at the connection since the last answer: it may have been closed meanwhile.
-  read_available();
+  read_until(Clock::time_point::min());
   std::lock_guard<std::mutex> const lock(mutex_);
   reading_ = false;
   wake_next_reader();
@@ -134,10 +134,7 @@ void Client_link::wait(std::uint16_t session, Clock::time_point until) {
     if (!reading_) {
       reading_ = true;
       lock.unlock();
-      // Even a limit that has passed is good for one look.
-      if (stream_.wait_readable(limit)) {
-        read_available();
-      }
+      read_until(limit);
       lock.lock();
       reading_ = false;
     } else if (now < limit) {
@@ -156,12 +153,13 @@ void Client_link::wait(std::uint16_t session, Clock::time_point until) {
   }
 }
 
-void Client_link::read_available() {
+// Reads what is there; waits for it, but not beyond `limit`. Even a limit that has passed is good for one look.
+void Client_link::read_until(Clock::time_point limit) {
   Frame_buffer::Room room{};
   Tcp_stream::Transfer received;
   do {
     room = input_.room();
-    received = stream_.read(room.data, room.size);
+    received = stream_.read_until(room.data, room.size, std::exchange(limit, Clock::time_point::min()));
     input_.filled(received.bytes);
     take_messages();
   } while (received.bytes == room.size);

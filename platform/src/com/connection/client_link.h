@@ -60,7 +60,7 @@ class Client_link final {
   std::optional<std::uint16_t> enter(Client_request& request);
   void remove_expired(std::vector<Client_request>& expired);
   bool write(std::uint8_t const* data, std::size_t size, Clock::time_point deadline);
-  void read_available();
+  void read_until(Clock::time_point limit);
   void take_messages();
   void take(Message_view const& answer);
   Client_request extract(Requests::iterator position);

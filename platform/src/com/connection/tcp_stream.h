@@ -43,10 +43,10 @@ class Tcp_stream final {
 
   /// Reads what is there; never blocks.
   Transfer read(std::uint8_t* data, std::size_t size) noexcept;
+  /// Reads what is there, and waits for it until `deadline` at most, often less: nothing done then.
+  Transfer read_until(std::uint8_t* data, std::size_t size, Clock::time_point deadline) noexcept;
   /// Writes what the socket takes; never blocks.
   Transfer write(std::uint8_t const* data, std::size_t size) noexcept;
-  /// Blocks until there is something to read (an end or a loss count) or until `deadline`; false then.
-  bool wait_readable(Clock::time_point deadline) noexcept;
   /// Blocks until something can be written or until `deadline`; false then.
   bool wait_writable(Clock::time_point deadline) noexcept;
   /// Ends both directions; who waits or reads sees the end.

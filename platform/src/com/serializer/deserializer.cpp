@@ -30,10 +30,9 @@ bool ends_with(std::string_view text, std::string_view end) {
 
 std::string Deserializer::read_string() {
   std::size_t const end = end_of(read_length(format_.string_length_bytes));
-  std::string text(payload_ + position_, payload_ + end);
+  std::string_view characters(reinterpret_cast<char const*>(payload_ + position_), end - position_);
   position_ = end;
 
-  std::string_view characters = text;
   bool const marked = starts_with(characters, byte_order_mark);
   bool const terminated = ends_with(characters, terminator);
   if (format_.strings == String_encoding::utf8_bom && !(marked && terminated)) {
@@ -60,9 +59,11 @@ std::vector<std::uint8_t> Deserializer::read_bytes() {
 std::size_t Deserializer::read_length(std::size_t field_bytes) {
   switch (field_bytes) {
     case 1:
+      return read_u8();
     case 2:
+      return read_u16();
     case 4:
-      return static_cast<std::size_t>(read_unsigned(field_bytes));
+      return read_u32();
     default:
       failed_ = true;
       throw std::invalid_argument(texts::invalid_length_field);

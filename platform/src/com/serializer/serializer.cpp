@@ -65,9 +65,11 @@ void Serializer::write_bytes(std::vector<std::uint8_t> const& bytes) {
 }
 
 void Serializer::write_unsigned(std::uint64_t value, std::size_t bytes) {
-  for (std::size_t below = bytes; below > 0; --below) {
-    out_.push_back(byte_of(value, below - 1));
+  std::array<std::uint8_t, sizeof value> big_endian{};
+  for (std::size_t i = 0; i < big_endian.size(); ++i) {
+    big_endian.at(i) = byte_of(value, big_endian.size() - 1 - i);
   }
+  out_.insert(out_.end(), big_endian.end() - static_cast<std::ptrdiff_t>(bytes), big_endian.end());
 }
 
 std::size_t Serializer::begin_record() {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace linux_platform::com {
 namespace {
@@ -49,9 +50,23 @@ std::size_t sequence_length(std::string_view text) noexcept {
   return 0;
 }
 
+// How many of the first bytes of `text` are surely ASCII, looking at eight at a time.
+std::size_t ascii_length(std::string_view text) noexcept {
+  constexpr std::uint64_t beyond_ascii = 0x8080808080808080U;
+  std::size_t length = 0;
+  for (std::uint64_t bytes = 0; text.size() - length >= sizeof bytes; length += sizeof bytes) {
+    std::memcpy(&bytes, text.data() + length, sizeof bytes);
+    if ((bytes & beyond_ascii) != 0) {
+      break;
+    }
+  }
+  return length;
+}
+
 }  // namespace
 
 bool is_utf8(std::string_view text) noexcept {
+  text.remove_prefix(ascii_length(text));
   while (!text.empty()) {
     std::size_t const length = static_cast<std::uint8_t>(text.front()) < 0x80U ? 1 : sequence_length(text);
     if (length == 0) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tarn/com/cpp_binding/wire_format.h"
@@ -24,13 +25,10 @@ class Deserializer {
   Deserializer(std::uint8_t const* payload, std::size_t size, Wire_format const& format) noexcept
       : payload_(payload), size_(size), format_(format) {}
 
-  std::uint8_t read_u8() {
-    require(1);
-    return payload_[position_++];
-  }
-  std::uint16_t read_u16() { return static_cast<std::uint16_t>(read_unsigned(2)); }
-  std::uint32_t read_u32() { return static_cast<std::uint32_t>(read_unsigned(4)); }
-  std::uint64_t read_u64() { return read_unsigned(8); }
+  std::uint8_t read_u8() { return read_unsigned<std::uint8_t>(); }
+  std::uint16_t read_u16() { return read_unsigned<std::uint16_t>(); }
+  std::uint32_t read_u32() { return read_unsigned<std::uint32_t>(); }
+  std::uint64_t read_u64() { return read_unsigned<std::uint64_t>(); }
 
   /// A text behind its length field, without byte order mark and terminator.
   std::string read_string();
@@ -66,14 +64,17 @@ class Deserializer {
       fail_beyond_end();
     }
   }
-  std::uint64_t read_unsigned(std::size_t bytes) {
-    require(bytes);
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < bytes; ++i) {
-      value = (value << 8U) | payload_[position_ + i];
-    }
-    position_ += bytes;
+  template <typename Unsigned>
+  Unsigned read_unsigned() {
+    require(sizeof(Unsigned));
+    auto const value = big_endian<Unsigned>(payload_ + position_, std::make_index_sequence<sizeof(Unsigned)>());
+    position_ += sizeof value;
     return value;
+  }
+  // Compilers make one load of it, but not of a loop.
+  template <typename Unsigned, std::size_t... i>
+  static Unsigned big_endian(std::uint8_t const* bytes, std::index_sequence<i...>) noexcept {
+    return static_cast<Unsigned>((... | (std::uint64_t{bytes[i]} << 8U * (sizeof(Unsigned) - 1 - i))));
   }
 
   std::size_t read_length(std::size_t field_bytes);
