@@ -3,7 +3,6 @@
 // reads as sound is what its writer would have written.
 #include <boost/crc.hpp>
 
-#include "flashwatch/stats/entry_codec.h"
 #include "platform/src/per/names.h"
 #include "platform/src/per/record_codec.h"
 #include "platform/src/per/store_summary.h"
@@ -65,13 +64,6 @@ void check_counters(Bytes const& bytes) {
   }
 }
 
-void check_entry(Bytes const& bytes) {
-  orvel::flashwatch::diagnostics::Entry_bytes entry{};
-  std::copy_n(bytes.begin(), std::min(bytes.size(), entry.size()), entry.begin());
-  std::fill_n(entry.end() - 4, 4, std::uint8_t{0});  // reserved
-  require(encode(orvel::flashwatch::diagnostics::decode(entry)) == entry, "an entry keeps its value");
-}
-
 void check_name(std::string const& text) {
   require(unescape(escape(text)) == text, "a name survives as a file name");
   auto const name = unescape(text);
@@ -83,7 +75,7 @@ void check_name(std::string const& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   fuzz::Input input(data, size);
-  unsigned const choice = input.u8() % 5;
+  unsigned const choice = input.u8() % 4;
   auto const bytes = input.rest();
   switch (choice) {
     case 0:
@@ -95,9 +87,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       break;
     case 2:
       check_counters(bytes);
-      break;
-    case 3:
-      check_entry(bytes);
       break;
     default:
       check_name({bytes.begin(), bytes.end()});
