@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the service stored about an application (32 bytes), the time it starts at (8) and this year's budget (16): years
-// only grow, and a restart at the same time finds the same years and budget.
+// only grow, and neither a restart nor a start in between changes what is found.
 #include <cstring>
+#include <limits>
 #include <memory>
 
 #include "flashwatch/stats/entry_codec.h"
@@ -43,6 +44,11 @@ Stat_record start(std::shared_ptr<Provider> const& provider, Entry_bytes& record
   return records.front();
 }
 
+bool same_budget(Stat_record const& a, Stat_record const& b) {
+  return a.years_in_use == b.years_in_use && a.acc_limits.soft == b.acc_limits.soft &&
+         a.acc_limits.hard == b.acc_limits.hard;
+}
+
 template <typename Value>
 Value number(fuzz::Input& input) {
   fuzz::Bytes bytes = input.take(sizeof(Value));
@@ -69,13 +75,16 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   stat.application_id = "id";
   stat.soft_limit = number<std::uint64_t>(input);
   stat.hard_limit = number<std::uint64_t>(input);
+  Entry_bytes record_of_steps = record;
   auto const first = start(provider, record, time);
   require(first.years_in_use >= 1 && first.years_in_use >= entry.years_in_use, "years only grow");
   require(first.acc_limits.soft >= entry.limits.soft && first.acc_limits.hard >= entry.limits.hard, "so do budgets");
   require(decode(record).time_of_first_use == entry.time_of_first_use, "the first use stays");
-  auto const again = start(provider, record, time);
-  require(again.years_in_use == first.years_in_use && again.acc_limits.soft == first.acc_limits.soft &&
-              again.acc_limits.hard == first.acc_limits.hard,
-          "a restart finds the same budget");
+  require(same_budget(start(provider, record, time), first), "a restart finds the same budget");
+  auto const in_use = static_cast<std::uint64_t>(time) - static_cast<std::uint64_t>(entry.time_of_first_use);
+  if (time >= entry.time_of_first_use && in_use <= std::numeric_limits<std::uint32_t>::max()) {
+    start(provider, record_of_steps, time - static_cast<std::int64_t>(in_use / 2));
+    require(same_budget(start(provider, record_of_steps, time), first), "a start in between changes nothing");
+  }
   return 0;
 }

@@ -7,6 +7,7 @@
 
 #include "flashwatch/config/application_scid_converter.h"
 #include "flashwatch/config/file_reader.h"
+#include "machine/flashwatch_read/printable.h"
 #include "machine/flashwatch_read/scid_names.h"
 #include "tests/fuzz/memory_file.h"
 
@@ -34,6 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     fuzz::require(scid == 0 || std::count(names.begin(), names.end(), name) == 1, "the tool knows the service's SCID");
     for (auto const& known : names) {
       fuzz::require(service.get_scid(known) == scid, "the service knows the tool's name");
+      fuzz::require(fuzz::is_one_plain_line(flashwatch_read::printable(known)), "a name can be shown");
     }
   }
   return 0;
