@@ -19,6 +19,11 @@ if(FLASHWATCH_SANITIZE)
   add_link_options(-fsanitize=${FLASHWATCH_SANITIZE})
 endif()
 
+if(FLASHWATCH_FUZZ)
+  # The fuzz targets link the engine itself (tests/fuzz); everything they call is instrumented for it.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(FLASHWATCH_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)

@@ -31,15 +31,8 @@ std::string coloured(std::string const& text, char const* colour, Table_style co
 struct Column {
   std::string heading;
   std::vector<std::string> texts;
-  bool may_go = false;  ///< left out where there is no room
-
-  std::size_t width() const {
-    auto widest = cells(heading);
-    for (auto const& text : texts) {
-      widest = std::max(widest, cells(text));
-    }
-    return widest;
-  }
+  bool may_go = false;    ///< left out where there is no room
+  std::size_t width = 0;  ///< of the widest of all these, in cells: counted once, as an entity may send 2,000 entries
 };
 
 std::string rate_text(Application const& application, Amount_style style) {
@@ -67,8 +60,12 @@ std::string forecast_text(Application const& application) {
 
 template <typename Text_of>
 Column column(std::string heading, std::vector<Application> const& applications, bool may_go, Text_of text_of) {
-  Column result{std::move(heading), {}, may_go};
-  std::transform(applications.begin(), applications.end(), std::back_inserter(result.texts), text_of);
+  auto const heading_width = cells(heading);
+  Column result{std::move(heading), {}, may_go, heading_width};
+  for (auto const& application : applications) {
+    auto const& text = result.texts.emplace_back(text_of(application));
+    result.width = std::max(result.width, cells(text));
+  }
   return result;
 }
 
@@ -97,7 +94,7 @@ std::vector<Column> number_columns(Overview const& overview, Amount_style amount
 std::size_t width_of(std::vector<Column> const& columns) {
   std::size_t width = 0;
   for (auto const& each : columns) {
-    width += gap + each.width();
+    width += gap + each.width;
   }
   return width;
 }
@@ -151,7 +148,7 @@ std::string bar(Report_entry const& figures, std::size_t width) {
 std::string headings(Layout const& layout) {
   auto line = to_the_left("Application", layout.name_width);
   for (auto const& each : layout.numbers) {
-    line += to_the_right(each.heading, each.width());
+    line += to_the_right(each.heading, each.width);
   }
   return line;
 }
@@ -159,7 +156,7 @@ std::string headings(Layout const& layout) {
 std::string row(Application const& application, std::size_t index, Layout const& layout, Table_style const& style) {
   auto line = to_the_left(application.label, layout.name_width);
   for (auto const& each : layout.numbers) {
-    line += to_the_right(each.texts[index], each.width());
+    line += to_the_right(each.texts[index], each.width);
   }
   auto const& figures = application.figures;
   auto const ending = layout.bar_width == 0 ? "" : std::string(gap, ' ') + bar(figures, layout.bar_width);

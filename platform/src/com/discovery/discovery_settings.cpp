@@ -5,6 +5,8 @@
 
 #include <boost/system/error_code.hpp>
 
+#include "platform/src/manifest/document.h"
+
 namespace linux_platform::com {
 namespace {
 
@@ -35,7 +37,7 @@ void read_network(Node const& discovery, Discovery_settings& settings) {
   if (auto const node = discovery.find("group")) {
     settings.group = boost::asio::ip::make_address_v4(node->text(), wrong);
     if (wrong || !settings.group.is_multicast()) {
-      node->refuse("\"" + node->text() + "\" is not an IPv4 multicast address");
+      node->refuse(manifest::in_quotes(node->text()) + " is not an IPv4 multicast address");
     }
   }
   if (auto const node = discovery.find("port")) {
@@ -47,7 +49,7 @@ void read_network(Node const& discovery, Discovery_settings& settings) {
   if (auto const node = discovery.find("endpoint_network")) {
     settings.endpoint_network = boost::asio::ip::make_network_v4(node->text(), wrong);
     if (wrong) {
-      node->refuse("\"" + node->text() + "\" is not an IPv4 network such as 192.0.2.0/24");
+      node->refuse(manifest::in_quotes(node->text()) + " is not an IPv4 network such as 192.0.2.0/24");
     }
   }
 }
