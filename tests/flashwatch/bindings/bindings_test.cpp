@@ -14,7 +14,7 @@
 #include "halden/services/diag/d_17f2/dataidentifier_emmcbudgetexceedance.h"
 #include "halden/services/diag/meta_info.h"
 #include "orvel/persistency/statistics.h"
-#include "tests/platform/com/discovery/hex.h"
+#include "tests/platform/com/hex.h"
 
 namespace {
 

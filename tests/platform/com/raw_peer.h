@@ -3,7 +3,9 @@
 #define TESTS_PLATFORM_COM_RAW_PEER_H
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <cstdint>
+#include <initializer_list>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <stdexcept>
@@ -19,6 +21,14 @@
 namespace linux_platform::com::testing_support {
 
 using Bytes = std::vector<std::uint8_t>;
+
+inline Bytes joined(std::initializer_list<Bytes> pieces) {
+  Bytes bytes;
+  for (Bytes const& piece : pieces) {
+    bytes.insert(bytes.end(), piece.begin(), piece.end());
+  }
+  return bytes;
+}
 
 inline sockaddr_in endpoint(std::string const& address, std::uint16_t port) {
   sockaddr_in result{};
@@ -119,8 +129,15 @@ class Raw_listener {
 inline Bytes message(Header const& header, Bytes const& payload = {}) {
   Bytes bytes(Header::size);
   write_header(bytes.data(), header, static_cast<std::uint32_t>(payload.size()));
-  bytes.insert(bytes.end(), payload.begin(), payload.end());
-  return bytes;
+  return joined({bytes, payload});
+}
+
+/// The answer to a request; an error, when a return code says so.
+inline Bytes answer(Bytes const& request, Bytes const& payload = {}, unsigned code = 0) {
+  Header header = read_header(request.data());
+  header.type = code == 0 ? Message_type::response : Message_type::error;
+  header.code = Return_code{static_cast<std::uint8_t>(code)};
+  return message(header, payload);
 }
 
 }  // namespace linux_platform::com::testing_support

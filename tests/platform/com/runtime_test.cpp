@@ -84,7 +84,14 @@ std::vector<Service_handle> find_on(std::shared_ptr<Runtime> const& runtime, std
   return Number_proxy::find("test::Echo", instance);
 }
 
+void await(std::shared_ptr<Runtime> const& runtime, char const* interface, std::uint16_t instance = 1) {
+  while (runtime->find(*runtime->deployment(interface), instance).empty()) {
+  }
+}
+
 TEST(AService, IsFoundCalledWithdrawnAndBackForTheSameProxy) {
+  log::Recording_sink sink;
+  log::Installed_sink const installed(sink);
   auto const server = node(1);
   auto const client = node(2);
   EXPECT_TRUE(find_on(client, "one").empty());
@@ -110,6 +117,12 @@ TEST(AService, IsFoundCalledWithdrawnAndBackForTheSameProxy) {
         // The stop has not arrived yet, but the server knows the service no more.
       }
     }
+  }
+  auto const records = sink.take();
+  ASSERT_EQ(records.size(), 6U) << "one for each offer and each withdrawal";
+  for (auto const& record : records) {
+    EXPECT_EQ(record.context_id, "COMM");
+    EXPECT_EQ(std::get<std::string>(record.pieces.at(1)), "test::Echo");
   }
 }
 
@@ -165,22 +178,6 @@ TEST(ASkeleton, RefusesProcessingModesThatAreNotThere) {
   EXPECT_THROW(make_on<Number_proxy>(server, "test::Unknown"), std::runtime_error);
 }
 
-TEST(ASkeleton, LogsOffersAndWithdrawalsInTheRuntimesContext) {
-  log::Recording_sink sink;
-  log::Installed_sink const installed(sink);
-  auto const server = node(1);
-  auto const skeleton = make_on<Number_skeleton>(server, "test::Echo", "one", successor);
-  skeleton->OfferService();
-  skeleton->StopOfferService();
-  auto const records = sink.take();
-  ASSERT_EQ(records.size(), 2U);
-  for (auto const& record : records) {
-    EXPECT_EQ(record.context_id, "COMM");
-    EXPECT_EQ(record.level, ara::log::LogLevel::kInfo);
-    EXPECT_EQ(std::get<std::string>(record.pieces.at(1)), "test::Echo");
-  }
-}
-
 /// A service in the middle that asks another one, one call at a time, as a client of statistics does.
 class Calling_on {
  public:
@@ -215,14 +212,12 @@ TEST(MethodsThatCallOn, AreAllAnsweredOnceWithFourTimesAsManyCallsAsThreads) {
   Calling_on one(middle, "one");
   Calling_on other(middle, "other");
   slow->OfferService();
-  while (middle->find(*middle->deployment("test::Back"), 1).empty()) {
-  }
+  await(middle, "test::Back");
   one.skeleton().OfferService();
   other.skeleton().OfferService();
   std::map<std::uint16_t, std::unique_ptr<Number_proxy>> proxies;
   for (std::uint16_t const instance : {std::uint16_t{1}, std::uint16_t{2}}) {
-    while (front->find(*front->deployment("test::Echo"), instance).empty()) {
-    }
+    await(front, "test::Echo", instance);
     proxies[instance] = make_on<Number_proxy>(front, "test::Echo", Service_handle{instance});
   }
   std::vector<std::future<std::uint32_t>> calls;
@@ -253,11 +248,9 @@ TEST(MethodsThatCallOn, EndWithinTheLimitOfEachWhenNobodyAnswers) {
   });
   Calling_on one(middle, "one");
   silent->OfferService();
-  while (middle->find(*middle->deployment("test::Back"), 1).empty()) {
-  }
+  await(middle, "test::Back");
   one.skeleton().OfferService();
-  while (front->find(*front->deployment("test::Echo"), 1).empty()) {
-  }
+  await(front, "test::Echo");
   auto const proxy = make_on<Number_proxy>(front, "test::Echo");
   std::vector<ara::com::Future<std::uint32_t>> calls;
   for (std::uint32_t n = 0; n < 3; ++n) {
@@ -283,8 +276,7 @@ TEST(ARuntimeThatEnds, FailsItsOutstandingRequestsAtOnce) {
     return 0U;
   });
   silent->OfferService();
-  while (find_on(client, "one").empty()) {
-  }
+  await(client, "test::Echo");
   auto const proxy = make_on<Number_proxy>(client, "test::Echo");
   auto future = proxy->ask(1);
   auto waiting = std::async(std::launch::async, [&] { return future.get(); });

@@ -4,16 +4,16 @@
 
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tarn/com/cpp_binding/deserializer.h"
-#include "tests/platform/com/discovery/hex.h"
+#include "tests/platform/com/hex.h"
 
 namespace {
 
@@ -41,93 +41,52 @@ Wire_format plain(std::size_t string = 4, std::size_t array = 4, std::size_t rec
   return {String_encoding::plain, string, array, record};
 }
 
-struct Case {
-  char const* name;
-  Wire_format format;
-  std::function<void(Serializer&)> write;
-  std::function<void(Deserializer&)> read_and_check;
-  char const* hex;
-};
+using Write = std::function<void(Serializer&)>;
+using Read = std::function<void(Deserializer&)>;
 
-void PrintTo(Case const& row, std::ostream* out) { *out << row.name; }
-
-class Values : public testing::TestWithParam<Case> {};
-
-TEST_P(Values, AreTheseBytesAndComeBackAndMissNoByte) {
-  Bytes written;
-  Serializer out(written, GetParam().format);
-  GetParam().write(out);
-  EXPECT_EQ(written, bytes_of(GetParam().hex));
-
-  Deserializer in(written.data(), written.size(), GetParam().format);
-  GetParam().read_and_check(in);
-  EXPECT_FALSE(in.failed());
-
-  for (std::size_t size = 0; size < written.size(); ++size) {
-    Bytes const cut(written.begin(), written.begin() + static_cast<std::ptrdiff_t>(size));
-    Deserializer from_cut(cut.data(), cut.size(), GetParam().format);
-    EXPECT_THROW(GetParam().read_and_check(from_cut), std::out_of_range) << "cut at " << size;
-    EXPECT_TRUE(from_cut.failed());
+TEST(Values, AreTheseBytesAndComeBackAndMissNoByte) {
+  auto const text = [](std::string const& value) {
+    return std::pair<Write, Read>([=](Serializer& out) { out.write_string(value); },
+                                  [=](Deserializer& in) { EXPECT_EQ(in.read_string(), value); });
+  };
+  auto const records = [](Serializer& out) {
+    out.write_record([&] { out.write_u16(0x0102); });
+    out.write_record([&] { out.write_u64(0x08090A0B0C0D0E0F); });
+  };
+  auto const read_records = [](Deserializer& in) {
+    in.read_record([&] { EXPECT_EQ(in.read_u16(), 0x0102U); });
+    in.read_record([&] { EXPECT_EQ(in.read_u64(), 0x08090A0B0C0D0E0FU); });
+  };
+  auto const array = [](Serializer& out) { out.write_array([&] { out.write_bytes({7, 8}); }); };
+  auto const read_array = [](Deserializer& in) { in.read_array([&] { EXPECT_EQ(in.read_bytes(), (Bytes{7, 8})); }); };
+  struct Row {
+    char const* hex;
+    Wire_format format;
+    std::pair<Write, Read> value;
+  };
+  for (Row const& row : {
+           Row{"00000006 EFBBBF 4142 00", {}, text("AB")},
+           Row{"00000004 EFBBBF 00", {}, text("")},
+           Row{"09 C3A4 E282AC F09F9880", plain(1), text("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80")},
+           Row{"00000002 0102 00000008 08090A0B0C0D0E0F", {}, {records, read_records}},
+           Row{"0102 08090A0B0C0D0E0F", plain(4, 4, 0), {records, read_records}},
+           Row{"00000006 00000002 0708", {}, {array, read_array}},
+           Row{"0004 0002 0708", plain(4, 2), {array, read_array}},
+       }) {
+    Bytes written;
+    Serializer out(written, row.format);
+    row.value.first(out);
+    EXPECT_EQ(written, bytes_of(row.hex));
+    Deserializer in(written.data(), written.size(), row.format);
+    row.value.second(in);
+    EXPECT_FALSE(in.failed());
+    for (std::size_t size = 0; size < written.size(); ++size) {
+      Deserializer cut(written.data(), size, row.format);
+      EXPECT_THROW(row.value.second(cut), std::out_of_range) << row.hex << " cut at " << size;
+      EXPECT_TRUE(cut.failed());
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    , Values,
-    testing::Values(Case{"numbers",
-                         {},
-                         [](Serializer& out) {
-                           out.write_u8(0x01);
-                           out.write_u16(0x0203);
-                           out.write_u32(0x04050607);
-                           out.write_u64(0x08090A0B0C0D0E0F);
-                         },
-                         [](Deserializer& in) {
-                           EXPECT_EQ(in.read_u8(), 0x01);
-                           EXPECT_EQ(in.read_u16(), 0x0203);
-                           EXPECT_EQ(in.read_u32(), 0x04050607U);
-                           EXPECT_EQ(in.read_u64(), 0x08090A0B0C0D0E0FU);
-                         },
-                         "01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F"},
-                    Case{"text with mark and terminator",
-                         {},
-                         [](Serializer& out) { out.write_string("AB"); },
-                         [](Deserializer& in) { EXPECT_EQ(in.read_string(), "AB"); },
-                         "00 00 00 06 EF BB BF 41 42 00"},
-                    Case{"empty text with mark and terminator",
-                         {},
-                         [](Serializer& out) { out.write_string(""); },
-                         [](Deserializer& in) { EXPECT_EQ(in.read_string(), ""); },
-                         "00 00 00 04 EF BB BF 00"},
-                    Case{"plain text of two, three and four byte characters, one byte of length", plain(1),
-                         [](Serializer& out) { out.write_string("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"); },
-                         [](Deserializer& in) { EXPECT_EQ(in.read_string(), "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"); },
-                         "09 C3 A4 E2 82 AC F0 9F 98 80"},
-                    Case{"bytes behind two bytes of length", plain(4, 2),
-                         [](Serializer& out) {
-                           out.write_bytes({7, 8});
-                         },
-                         [](Deserializer& in) {
-                           EXPECT_EQ(in.read_bytes(), (Bytes{7, 8}));
-                         },
-                         "00 02 07 08"},
-                    Case{"array of records",
-                         {},
-                         [](Serializer& out) {
-                           out.write_array([&] {
-                             out.write_record([&] { out.write_u8(1); });
-                             out.write_record([&] { out.write_u8(2); });
-                           });
-                         },
-                         [](Deserializer& in) {
-                           Bytes elements;
-                           in.read_array([&] { in.read_record([&] { elements.push_back(in.read_u8()); }); });
-                           EXPECT_EQ(elements, (Bytes{1, 2}));
-                         },
-                         "00 00 00 0A 00 00 00 01 01 00 00 00 01 02"},
-                    Case{"record without a length field", plain(4, 4, 0),
-                         [](Serializer& out) { out.write_record([&] { out.write_u8(5); }); },
-                         [](Deserializer& in) { in.read_record([&] { EXPECT_EQ(in.read_u8(), 5); }); }, "05"}),
-    [](auto const& test) { return "Row" + std::to_string(test.index); });
 
 TEST(ADeserializer, SkipsWhatANewerSenderAppended) {
   Bytes const bytes = bytes_of("00 00 00 03 11 22 33 44");
@@ -146,48 +105,42 @@ TEST(ADeserializer, ForPlainTextsUnderstandsMarkedAndTerminatedOnes) {
 struct Complaint {
   char const* hex;
   Wire_format format;
-  std::function<void(Deserializer&)> read;
+  Read read;
   std::type_info const& type;
   char const* text;
 };
 
+void expect_complaint(std::function<void()> const& act, std::type_info const& type, char const* text) {
+  try {
+    act();
+    ADD_FAILURE() << "no " << text;
+  } catch (std::exception const& error) {
+    EXPECT_STREQ(error.what(), text);
+    EXPECT_TRUE(typeid(error) == type) << text;
+  }
+}
+
 TEST(ADeserializer, ComplainsWithTheAgreedTexts) {
-  auto const record_of_two = [](Deserializer& in) { in.read_record([&] { in.read_u16(); }); };
+  auto const record = [](Deserializer& in) { in.read_record([&] { in.read_u16(); }); };
   auto const text = [](Deserializer& in) { in.read_string(); };
   auto const numbers = [](Deserializer& in) { in.read_array([&] { in.read_u32(); }); };
-  std::vector<Complaint> const table{
-      {"00 00 00", {}, record_of_two, typeid(std::out_of_range), beyond_end},
-      {"00 00 00 00", {}, record_of_two, typeid(std::out_of_range), smaller_than_expected},
-      {"00 00 00 03 11 22", {}, record_of_two, typeid(std::out_of_range), invalid_end},
-      {"FF FF FF FF 11 22", {}, record_of_two, typeid(std::out_of_range), invalid_end},
-      {"00 00 00 01 11 22", {}, record_of_two, typeid(std::out_of_range), too_small},
-      {"00 00 00 01 11", {}, record_of_two, typeid(std::out_of_range), beyond_end},
-      {"00 00 00 05 01 02 03 04 05 06 07 08", {}, numbers, typeid(std::out_of_range), too_small},
-      {"00 00 00 05 01", {}, numbers, typeid(std::out_of_range), invalid_end},
-      {"00 00 00 02", plain(4, 4, 3), record_of_two, typeid(std::invalid_argument), invalid_length_field},
-      {"00 00 00 02", plain(0), text, typeid(std::invalid_argument), invalid_length_field},
-      {"00 00 00 02 41 00",
-       {},
-       text,
-       typeid(std::invalid_argument),
-       "String has no byte order mark or no terminating zero."},
-      {"00 00 00 04 EF BB BF 41",
-       {},
-       text,
-       typeid(std::invalid_argument),
-       "String has no byte order mark or no terminating zero."},
-      {"00 00 00 00", {}, text, typeid(std::invalid_argument), "String has no byte order mark or no terminating zero."},
-  };
-  for (Complaint const& row : table) {
+  auto const* const no_mark = "String has no byte order mark or no terminating zero.";
+  for (Complaint const& row : {
+           Complaint{"000000", {}, record, typeid(std::out_of_range), beyond_end},
+           Complaint{"00000000", {}, record, typeid(std::out_of_range), smaller_than_expected},
+           Complaint{"00000003 1122", {}, record, typeid(std::out_of_range), invalid_end},
+           Complaint{"FFFFFFFF 1122", {}, record, typeid(std::out_of_range), invalid_end},
+           Complaint{"00000001 1122", {}, record, typeid(std::out_of_range), too_small},
+           Complaint{"00000005 0102030405060708", {}, numbers, typeid(std::out_of_range), too_small},
+           Complaint{"00000002", plain(4, 4, 3), record, typeid(std::invalid_argument), invalid_length_field},
+           Complaint{"00000002", plain(0), text, typeid(std::invalid_argument), invalid_length_field},
+           Complaint{"00000002 4100", {}, text, typeid(std::invalid_argument), no_mark},
+           Complaint{"00000004 EFBBBF41", {}, text, typeid(std::invalid_argument), no_mark},
+           Complaint{"00000000", {}, text, typeid(std::invalid_argument), no_mark},
+       }) {
     Bytes const bytes = bytes_of(row.hex);
     Deserializer in(bytes.data(), bytes.size(), row.format);
-    try {
-      row.read(in);
-      ADD_FAILURE() << row.hex << " was accepted";
-    } catch (std::exception const& error) {
-      EXPECT_STREQ(error.what(), row.text) << row.hex;
-      EXPECT_TRUE(typeid(error) == row.type) << row.hex;
-    }
+    expect_complaint([&] { row.read(in); }, row.type, row.text);
     EXPECT_TRUE(in.failed()) << row.hex;
   }
 }
@@ -201,44 +154,19 @@ TEST(ADeserializer, RefusesWhatIsNotUtf8) {
   }
 }
 
-struct Refusal {
-  std::function<void(Serializer&)> write;
-  Wire_format format;
-  std::type_info const& type;
-  char const* text;
-};
-
 TEST(ASerializer, ComplainsWithTheAgreedTexts) {
-  auto const vector_of = [](std::size_t size) { return [=](Serializer& out) { out.write_bytes(Bytes(size)); }; };
-  auto const record_of = [](std::size_t size) {
-    return [=](Serializer& out) { out.write_record([&] { out.write_bytes(Bytes(size)); }); };
-  };
-  std::vector<Refusal> const table{
-      {vector_of(256), plain(4, 1), typeid(std::overflow_error), does_not_fit},
-      {vector_of(65536), plain(4, 2), typeid(std::overflow_error), does_not_fit},
-      {record_of(252), plain(4, 4, 1), typeid(std::overflow_error), does_not_fit},
-      {[](Serializer& out) { out.write_string(std::string(252, 'x')); },
-       {String_encoding::utf8_bom, 1},
-       typeid(std::overflow_error),
-       does_not_fit},
-      {vector_of(1), plain(4, 0), typeid(std::invalid_argument), vector_without_length},
-      {[](Serializer& out) { out.write_array([] {}); }, plain(4, 0), typeid(std::invalid_argument),
-       vector_without_length},
-      {vector_of(1), plain(4, 3), typeid(std::invalid_argument), invalid_length_field},
-  };
-  for (Refusal const& row : table) {
-    Bytes bytes;
-    Serializer out(bytes, row.format);
-    try {
-      row.write(out);
-      ADD_FAILURE() << row.text << " was expected";
-    } catch (std::exception const& error) {
-      EXPECT_STREQ(error.what(), row.text);
-      EXPECT_TRUE(typeid(error) == row.type) << error.what();
-    }
-  }
   Bytes bytes;
-  Serializer(bytes, plain(4, 1)).write_bytes(Bytes(255));
+  auto const vector_of = [&](std::size_t size, Wire_format const& format) {
+    return [&bytes, size, format] { Serializer(bytes, format).write_bytes(Bytes(size)); };
+  };
+  expect_complaint(vector_of(256, plain(4, 1)), typeid(std::overflow_error), does_not_fit);
+  expect_complaint(vector_of(65536, plain(4, 2)), typeid(std::overflow_error), does_not_fit);
+  expect_complaint([&] { Serializer(bytes, plain(1)).write_string(std::string(256, 'x')); },
+                   typeid(std::overflow_error), does_not_fit);
+  expect_complaint(vector_of(1, plain(4, 0)), typeid(std::invalid_argument), vector_without_length);
+  expect_complaint(vector_of(1, plain(4, 3)), typeid(std::invalid_argument), invalid_length_field);
+  bytes.clear();
+  vector_of(255, plain(4, 1))();
   EXPECT_EQ(bytes.size(), 256U);
 }
 

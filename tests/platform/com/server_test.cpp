@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "tarn/com/cpp_binding/application_error_exception.h"
-#include "tests/platform/com/discovery/hex.h"
 #include "tests/platform/com/gate.h"
+#include "tests/platform/com/hex.h"
 #include "tests/platform/com/node.h"
 #include "tests/platform/com/raw_peer.h"
 
@@ -24,6 +24,7 @@ using tarn::com::cpp_binding::Deserializer;
 using tarn::com::cpp_binding::Serializer;
 using testing_support::Bytes;
 using testing_support::Gate;
+using testing_support::joined;
 using testing_support::message;
 using testing_support::Raw_peer;
 
@@ -33,15 +34,12 @@ constexpr std::uint16_t error_id = 3;
 constexpr std::uint16_t flood_id = 4;
 constexpr std::size_t flood_size = 50'000;
 
-class Numbered_error final : public tarn::com::cpp_binding::Application_error_exception {
- public:
-  explicit Numbered_error(std::uint8_t number) : number_(number) {}
+struct Numbered_error final : tarn::com::cpp_binding::Application_error_exception {
+  explicit Numbered_error(std::uint8_t code) : number(code) {}
   char const* what() const noexcept override { return "Numbered_error"; }
-  std::uint8_t error_code() const noexcept override { return number_; }
+  std::uint8_t error_code() const noexcept override { return number; }
   void serialize(std::vector<std::uint8_t>& out) const override { out.push_back(0xEE); }
-
- private:
-  std::uint8_t number_;
+  std::uint8_t number;
 };
 
 class AServer : public testing::Test {
@@ -68,19 +66,14 @@ class AServer : public testing::Test {
   Raw_peer client() const { return {node_->settings().address.to_string(), service_->port()}; }
 
   static Header request(std::uint16_t method, std::uint16_t session) {
-    Header header;
-    header.service = 0x6001;
+    Header header = read_header(bytes_of("60010000 00000008 42420000 01010000").data());
     header.method = method;
-    header.client = 0x4242;
     header.session = session;
-    header.interface_version = 1;
     return header;
   }
-  static Bytes echo(std::uint16_t session) { return message(request(echo_id, session), bytes_of("00 00 00 01 AB")); }
+  static Bytes echo(std::uint16_t session) { return message(request(echo_id, session), bytes_of("00000001 AB")); }
   static Bytes echo_answer(std::uint16_t session) {
-    Header header = request(echo_id, session);
-    header.type = Message_type::response;
-    return message(header, bytes_of("00 00 00 01 AB"));
+    return testing_support::answer(echo(session), bytes_of("00000001 AB"));
   }
 
   Gate gate_;
@@ -97,42 +90,35 @@ struct Exchange {
 TEST_F(AServer, AnswersByTheOrderedChecksAndServesOn) {
   start();
   Raw_peer peer = client();
-  std::vector<Exchange> const table{
-      {"unknown service", "60 09 00 01 00 00 00 08 00 42 00 01 01 01 00 00",
-       "60 09 00 01 00 00 00 08 00 42 00 01 01 01 81 02"},
-      {"interface version", "60 01 00 01 00 00 00 08 00 42 00 01 01 02 00 00",
-       "60 01 00 01 00 00 00 08 00 42 00 01 01 02 81 08"},
-      {"protocol version", "60 01 00 01 00 00 00 08 00 42 00 01 02 01 00 00",
-       "60 01 00 01 00 00 00 08 00 42 00 01 01 01 81 07"},
-      {"unknown method", "60 01 77 77 00 00 00 08 00 42 00 02 01 01 00 00",
-       "60 01 77 77 00 00 00 08 00 42 00 02 01 01 81 03"},
-      {"malformed", "60 01 00 01 00 00 00 0A 00 42 00 02 01 01 00 00 00 00",
-       "60 01 00 01 00 00 00 08 00 42 00 02 01 01 81 09"},
-      {"session 0 is none of ours", "60 01 00 01 00 00 00 0C 00 00 00 00 01 01 00 00 00 00 00 00",
-       "60 01 00 01 00 00 00 0C 00 00 00 00 01 01 80 00 00 00 00 00"},
-      {"request with a return code", "60 01 00 01 00 00 00 0C 00 42 00 03 01 01 00 01 00 00 00 00",
-       "60 01 00 01 00 00 00 0C 00 42 00 03 01 01 80 00 00 00 00 00"},
-      {"appended bytes", "60 01 00 01 00 00 00 0E 00 42 00 03 01 01 00 00 00 00 00 00 77 77",
-       "60 01 00 01 00 00 00 0C 00 42 00 03 01 01 80 00 00 00 00 00"},
-      {"application error", "60 01 00 03 00 00 00 09 00 42 00 04 01 01 00 00 02",
-       "60 01 00 03 00 00 00 09 00 42 00 04 01 01 81 21 EE"},
-      {"greatest application error", "60 01 00 03 00 00 00 09 00 42 00 04 01 01 00 00 3F",
-       "60 01 00 03 00 00 00 09 00 42 00 04 01 01 81 5E EE"},
-      {"impossible application error", "60 01 00 03 00 00 00 09 00 42 00 04 01 01 00 00 40",
-       "60 01 00 03 00 00 00 08 00 42 00 04 01 01 81 01"},
-      {"any other exception", "60 01 00 03 00 00 00 09 00 42 00 04 01 01 00 00 FF",
-       "60 01 00 03 00 00 00 08 00 42 00 04 01 01 81 01"},
-      {"fire and forget of unknown service", "60 09 00 01 00 00 00 08 00 42 00 01 01 01 01 00", ""},
-      {"fire and forget of a method with an answer", "60 01 00 01 00 00 00 0C 00 42 00 01 01 01 01 00 00 00 00 00", ""},
-      {"notification", "60 01 80 01 00 00 00 08 00 00 00 01 01 01 02 00", ""},
-      {"response to nothing", "60 01 00 01 00 00 00 08 00 42 00 01 01 01 80 00", ""},
-      {"impossible type", "60 01 00 01 00 00 00 08 00 42 00 01 01 01 55 00", ""},
-      {"segment", "60 01 00 01 00 00 00 08 00 42 00 01 01 01 20 00", ""},
-      {"error for an error", "60 01 77 77 00 00 00 08 00 42 00 01 01 01 00 05", ""},
-      {"magic cookie", "FF FF 00 00 00 00 00 08 DE AD BE EF 01 01 01 00", ""},
-  };
   std::uint16_t session = 100;
-  for (Exchange const& row : table) {
+  for (Exchange const& row : {
+           Exchange{"version, then service", "60090001 00000008 00420001 02020000",
+                    "60090001 00000008 00420001 01028107"},
+           {"service, then interface", "60090001 00000008 00420001 01020000", "60090001 00000008 00420001 01028102"},
+           {"interface, then method", "60017777 00000008 00420001 01020000", "60017777 00000008 00420001 01028108"},
+           {"method", "60017777 00000008 00420002 01010000", "60017777 00000008 00420002 01018103"},
+           {"malformed", "60010001 0000000A 00420002 01010000 0000", "60010001 00000008 00420002 01018109"},
+           {"session 0", "60010001 0000000C 00000000 01010000 00000000",
+            "60010001 0000000C 00000000 01018000 00000000"},
+           {"return code", "60010001 0000000C 00420003 01010001 00000000",
+            "60010001 0000000C 00420003 01018000 00000000"},
+           {"more", "60010001 0000000D 00420003 01010000 00000000 77", "60010001 0000000C 00420003 01018000 00000000"},
+           {"application error", "60010003 00000009 00420004 01010000 02", "60010003 00000009 00420004 01018121 EE"},
+           {"the least", "60010003 00000009 00420004 01010000 01", "60010003 00000009 00420004 01018120 EE"},
+           {"the greatest", "60010003 00000009 00420004 01010000 3F", "60010003 00000009 00420004 0101815E EE"},
+           {"beyond the greatest", "60010003 00000009 00420004 01010000 40", "60010003 00000008 00420004 01018101"},
+           {"impossible", "60010003 00000009 00420004 01010000 00", "60010003 00000008 00420004 01018101"},
+           {"any other exception", "60010003 00000009 00420004 01010000 FF", "60010003 00000008 00420004 01018101"},
+           {"fire and forget of nothing", "60090001 00000008 00420001 01010100", ""},
+           {"fire and forget of what is answered", "60010001 0000000C 00420001 01010100 00000000", ""},
+           {"notification", "60018001 00000008 00000001 01010200", ""},
+           {"event, then version", "60018001 00000008 00000001 02010000", ""},
+           {"response to nothing", "60010001 00000008 00420001 01018000", ""},
+           {"impossible type", "60010001 00000008 00420001 01015500", ""},
+           {"segment", "60010001 00000008 00420001 01012000", ""},
+           {"error for an error", "60017777 00000008 00420001 01010005", ""},
+           {"magic cookie", "FFFF0000 00000008 DEADBEEF 01010100", ""},
+       }) {
     peer.send(bytes_of(row.sent));
     if (*row.answered != '\0') {
       EXPECT_EQ(peer.receive_message(), bytes_of(row.answered)) << row.what;
@@ -149,42 +135,38 @@ TEST_F(AServer, ServesAStreamHoweverItIsCut) {
     peer.send({byte});
   }
   EXPECT_EQ(peer.receive_message(), echo_answer(1));
-
   Bytes several;
+  std::multiset<Bytes> expected;
   for (std::uint16_t session = 2; session < 300; ++session) {
-    Bytes const one = echo(session);
-    several.insert(several.end(), one.begin(), one.end());
+    several = joined({several, echo(session)});
+    expected.insert(echo_answer(session));
   }
   peer.send(several);
   peer.end_sending();
-  std::vector<bool> answered(300);
-  for (std::uint16_t n = 2; n < 300; ++n) {
-    Bytes const answer = peer.receive_message();
-    ASSERT_EQ(answer.size(), echo_answer(0).size()) << n;
-    std::uint16_t const session = read_header(answer.data()).session;
-    EXPECT_EQ(answer, echo_answer(session));
-    EXPECT_FALSE(answered.at(session)) << session;
-    answered.at(session) = true;
+  std::multiset<Bytes> answers;
+  for (Bytes answer; !(answer = peer.receive_message()).empty();) {
+    answers.insert(answer);
   }
-  EXPECT_TRUE(peer.at_end());
+  EXPECT_EQ(answers, expected);
 }
 
 TEST_F(AServer, ClosesAStreamThatCannotBeFollowed) {
   Limits limits;
   limits.message_bytes = 64;
   start(limits);
-  for (char const* hex :
-       {"60 01 00 01 00 00 00 00", "60 01 00 01 00 00 00 07", "60 01 00 01 00 00 00 39", "60 01 00 01 7F FF FF FF"}) {
+  for (char const* hex : {"60010001 00000000", "60010001 00000007", "60010001 00000039", "60010001 7FFFFFFF", "6001"}) {
     Raw_peer peer = client();
     peer.send(echo(1));
     EXPECT_EQ(peer.receive_message(), echo_answer(1));
     peer.send(bytes_of(hex));
+    if (std::string(hex) == "6001") {
+      peer.end_sending();
+    }
     EXPECT_TRUE(peer.at_end()) << hex;
   }
-  Raw_peer cut = client();
-  cut.send(bytes_of("60 01 00 01 00 00 00 38"));
-  cut.end_sending();
-  EXPECT_TRUE(cut.at_end());
+  Raw_peer greatest = client();
+  greatest.send(joined({bytes_of("60017777 00000038 00420001 01010000"), Bytes(48)}));
+  EXPECT_EQ(greatest.receive_message(), bytes_of("60017777 00000008 00420001 01018103"));
 }
 
 TEST_F(AServer, RunsMethodsBesideEachOtherUpToItsThreadsAndAnswersAll) {
@@ -193,10 +175,7 @@ TEST_F(AServer, RunsMethodsBesideEachOtherUpToItsThreadsAndAnswersAll) {
   start(limits);
   Raw_peer one = client();
   Raw_peer two = client();
-  Bytes pair = message(request(gate_id, 1));
-  Bytes const second = message(request(gate_id, 2));
-  pair.insert(pair.end(), second.begin(), second.end());
-  one.send(pair);
+  one.send(joined({message(request(gate_id, 1)), message(request(gate_id, 2))}));
   ASSERT_TRUE(gate_.await_inside(2)) << "two of one connection, read together";
   one.send(echo(3));
   EXPECT_EQ(one.receive_message(), echo_answer(3)) << "overtakes those inside";
@@ -223,10 +202,7 @@ TEST_F(AServer, KeepsNoAnswerWaitingForAMethodThatCameWithIt) {
   limits.worker_threads = 1;
   start(limits);
   Raw_peer peer = client();
-  Bytes both = echo(1);
-  Bytes const slow = message(request(gate_id, 2));
-  both.insert(both.end(), slow.begin(), slow.end());
-  peer.send(both);
+  peer.send(joined({echo(1), message(request(gate_id, 2))}));
   EXPECT_EQ(peer.receive_message(), echo_answer(1));
   ASSERT_TRUE(gate_.await_inside(1));
   gate_.open();
@@ -281,7 +257,7 @@ TEST_F(AServer, WithdrawnWaitsForRunningCallsAndLetsNoneIn) {
     peer.send(echo(2));
     answer = peer.receive_message();
   } while (answer == echo_answer(2));
-  EXPECT_EQ(answer, bytes_of("60 01 00 01 00 00 00 08 42 42 00 02 01 01 81 02"));
+  EXPECT_EQ(answer, bytes_of("60010001 00000008 42420002 01018102"));
   EXPECT_EQ(withdrawn.wait_for(std::chrono::milliseconds(0)), std::future_status::timeout);
   gate_.open();
   withdrawn.get();
@@ -297,21 +273,17 @@ TEST_F(AServer, SaysWhichPortItCannotHave) {
   start();
   auto const echo_service = node_->deployment("test::Echo");
   auto const second = std::make_shared<Offered_service>(echo_service, echo_service->instances.at("one"));
-  std::string const where = node_->settings().address.to_string() + ":30600: ";
-  try {
-    node_->offer(second);
-    ADD_FAILURE() << "offered twice";
-  } catch (std::runtime_error const& error) {
-    EXPECT_EQ(error.what(), "cannot offer test::Echo at " + where + "an instance of it is offered there already");
-  }
   Settings same = testing_support::settings(1);
-  same.discovery.port = static_cast<std::uint16_t>(same.discovery.port + 1);
-  Runtime other_process(same);
-  try {
-    other_process.offer(second);
-    ADD_FAILURE() << "offered by two processes";
-  } catch (std::runtime_error const& error) {
-    EXPECT_EQ(error.what(), "cannot offer test::Echo at " + where + "Address already in use");
+  ++same.discovery.port;
+  auto const other_process = std::make_shared<Runtime>(same);
+  for (auto const& [at, why] : {std::pair{node_, "an instance of it is offered there already"},
+                                std::pair{other_process, "Address already in use"}}) {
+    try {
+      at->offer(second);
+      ADD_FAILURE() << "offered twice";
+    } catch (std::runtime_error const& error) {
+      EXPECT_EQ(error.what(), "cannot offer test::Echo at " + same.address.to_string() + ":30600: " + why);
+    }
   }
 }
 

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -23,91 +24,101 @@ Settings read(std::string const& process, std::string const& communication) {
   return read_settings(manifest::Machine_manifest(file, "p"));
 }
 
+using Numbers = std::vector<std::uint64_t>;
 constexpr char const* address = R"("address": "127.9.9.9")";
 
-TEST(Settings, HaveDefaultsForWhatTheManifestDoesNotSay) {
-  Settings const settings =
-      read(address, R"({"services": {"a::B": {"service_id": 5, "major_version": 2, "instances": {}}}})");
-  EXPECT_EQ(settings.address.to_string(), "127.9.9.9");
-  EXPECT_EQ(settings.limits.message_bytes, 4'194'304U);
-  EXPECT_EQ(settings.limits.connections, 64U);
-  EXPECT_EQ(settings.limits.outstanding_requests, 64U);
-  EXPECT_EQ(settings.limits.response_time, std::chrono::seconds(5));
-  EXPECT_EQ(settings.limits.worker_threads, 4U);
-  Service_deployment const& service = *settings.services.at("a::B");
-  EXPECT_EQ(service.format.strings, String_encoding::utf8_bom);
-  EXPECT_EQ(service.format.string_length_bytes, 4U);
-  EXPECT_EQ(service.format.array_length_bytes, 4U);
-  EXPECT_EQ(service.format.record_length_bytes, 4U);
+void expect_refusal(std::string const& process, std::string const& communication, char const* named) {
+  try {
+    read(process, communication);
+    ADD_FAILURE() << process << communication << " was accepted";
+  } catch (manifest::Manifest_error const& error) {
+    EXPECT_NE(std::string(error.what()).find(named), std::string::npos) << error.what();
+  }
 }
 
 TEST(Settings, TakeWhatTheManifestSays) {
   Settings const settings = read(address, R"({
     "limits": {"message_bytes": 16, "connections": 1, "outstanding_requests": 2, "response_time_ms": 3, "worker_threads": 6},
+    "discovery": {"group": "239.1.2.3", "port": 4000, "initial_delay_min_ms": 1, "initial_delay_max_ms": 2,
+      "repetitions_base_delay_ms": 3, "repetitions_max": 4, "cyclic_offer_delay_ms": 2000, "ttl_s": 6,
+      "request_response_delay_min_ms": 7, "request_response_delay_max_ms": 8, "find_window_ms": 9,
+      "loopback_endpoints": false, "endpoint_network": "192.0.2.0/24"},
     "services": {"a::B": {"service_id": 65533, "major_version": 2, "minor_version": 7, "methods": {"m": 32767},
                           "string_encoding": "utf8", "length_fields": {"strings": 1, "arrays": 2, "records": 0},
                           "instances": {"i": {"id": 65534, "port": 65535}}}}})");
-  EXPECT_EQ(settings.limits.message_bytes, 16U);
-  EXPECT_EQ(settings.limits.connections, 1U);
-  EXPECT_EQ(settings.limits.outstanding_requests, 2U);
-  EXPECT_EQ(settings.limits.response_time, std::chrono::milliseconds(3));
-  EXPECT_EQ(settings.limits.worker_threads, 6U);
+  Limits const& limits = settings.limits;
+  EXPECT_EQ(limits.response_time, std::chrono::milliseconds(3));
+  Numbers const limits_read{limits.message_bytes, limits.connections, limits.outstanding_requests,
+                            limits.worker_threads};
+  EXPECT_EQ(limits_read, (Numbers{16, 1, 2, 6}));
+  Discovery_settings const& d = settings.discovery;
+  EXPECT_EQ(d.group.to_string() + " " + d.endpoint_network->to_string(), "239.1.2.3 192.0.2.0/24");
+  EXPECT_EQ(d.loopback_endpoints, false);
+  auto const number = [](auto const& time) { return static_cast<std::uint64_t>(time.count()); };
+  Numbers const discovery_read{d.port,
+                               number(d.initial_delay_min),
+                               number(d.initial_delay_max),
+                               number(d.repetitions_base_delay),
+                               d.repetitions_max,
+                               number(d.cyclic_offer_delay),
+                               number(d.ttl),
+                               number(d.request_response_delay_min),
+                               number(d.request_response_delay_max),
+                               number(d.find_window)};
+  EXPECT_EQ(discovery_read, (Numbers{4000, 1, 2, 3, 4, 2000, 6, 7, 8, 9}));
   Service_deployment const& service = *settings.services.at("a::B");
-  EXPECT_EQ(service.id, 65533);
-  EXPECT_EQ(service.minor, 7U);
-  EXPECT_EQ(service.methods.at("m"), 32767);
   EXPECT_EQ(service.format.strings, String_encoding::plain);
-  EXPECT_EQ(service.format.string_length_bytes, 1U);
-  EXPECT_EQ(service.format.array_length_bytes, 2U);
-  EXPECT_EQ(service.format.record_length_bytes, 0U);
-  EXPECT_EQ(service.instances.at("i").id, 65534);
-  EXPECT_EQ(service.instances.at("i").port, 65535);
-  EXPECT_EQ(service.describe(32767), "method m of a::B");
-  EXPECT_EQ(service.describe(0), "method 0 of a::B");
+  Numbers const service_read{service.id,
+                             service.minor,
+                             service.format.string_length_bytes,
+                             service.format.array_length_bytes,
+                             service.format.record_length_bytes,
+                             service.instances.at("i").id,
+                             service.instances.at("i").port};
+  EXPECT_EQ(service_read, (Numbers{65533, 7, 1, 2, 0, 65534, 65535}));
+  EXPECT_EQ(service.describe(32767) + ", " + service.describe(0), "method m of a::B, method 0 of a::B");
 }
 
 TEST(Settings, NameWhatIsWrong) {
+  for (char const* bad : {R"("address": "nowhere")", R"("address": "0.0.0.0")", R"("address": "224.0.0.1")"}) {
+    expect_refusal(bad, "{}", "processes.p.address");
+  }
+  expect_refusal(R"("x": 1)", "{}", "address");
+  expect_refusal(address, R"({"service": {}})", "service");
+  std::string const service = R"({"services": {"a::B": {"service_id": 5, "major_version": 1, "instances": {)";
+  std::string const limits = R"({"limits": {)";
+  std::string const discovery = R"({"discovery": {)";
   struct Row {
-    char const* process;
-    char const* communication;
+    std::string const& begin;
+    char const* rest;
     char const* named;
   };
-  auto const service = [](std::string const& members) {
-    return R"({"services": {"a::B": {"service_id": 5, "major_version": 1, )" + members + "}}}";
-  };
-  std::vector<std::string> const services{
-      service(R"("instances": {"i": {"id": 1}})"),
-      service(R"("instances": {"i": {"id": 0, "port": 1}})"),
-      service(R"("instances": {"i": {"id": 65535, "port": 1}})"),
-      service(R"("instances": {}, "methods": {"m": 32768})"),
-      service(R"("instances": {}, "string_encoding": "utf16")"),
-      service(R"("instances": {}, "length_fields": {"arrays": 3})"),
-      service(R"("instances": {}, "length_fields": {"arrays": 0})"),
-      service(R"("instances": {}, "port": 3)"),
-  };
-  char const* const named[] = {"instances.i.port", "instances.i.id",       "instances.i.id",       "methods.m",
-                               "string_encoding",  "length_fields.arrays", "length_fields.arrays", "port"};
-  std::vector<Row> table{
-      {R"("address": "nowhere")", "{}", "processes.p.address"},
-      {R"("address": "0.0.0.0")", "{}", "processes.p.address"},
-      {R"("address": "224.0.0.1")", "{}", "processes.p.address"},
-      {R"("x": 1)", "{}", "address"},
-      {address, R"({"limits": {"message_bytes": 15}})", "communication.limits.message_bytes"},
-      {address, R"({"limits": {"worker_threads": 0}})", "communication.limits.worker_threads"},
-      {address, R"({"limits": {"conections": 5}})", "conections"},
-      {address, R"({"service": {}})", "service"},
-  };
-  for (std::size_t i = 0; i < services.size(); ++i) {
-    table.push_back({address, services[i].c_str(), named[i]});
+  for (Row const& row : {
+           Row{limits, R"("message_bytes": 15}})", "communication.limits.message_bytes"},
+           Row{limits, R"("worker_threads": 0}})", "communication.limits.worker_threads"},
+           Row{limits, R"("conections": 5}})", "conections"},
+           Row{service, R"("i": {"id": 1}}}}})", "instances.i.port"},
+           Row{service, R"("i": {"id": 0, "port": 1}}}}})", "instances.i.id"},
+           Row{service, R"("i": {"id": 65535, "port": 1}}}}})", "instances.i.id"},
+           Row{service, R"(}, "methods": {"m": 32768}}}})", "methods.m"},
+           Row{service, R"(}, "string_encoding": "utf16"}}})", "string_encoding"},
+           Row{service, R"(}, "length_fields": {"arrays": 3}}}})", "length_fields.arrays"},
+           Row{service, R"(}, "length_fields": {"arrays": 0}}}})", "length_fields.arrays"},
+           Row{service, R"(}, "port": 3}}})", "port"},
+           Row{discovery, R"("grup": "239.1.2.3"}})", "grup"},
+           Row{discovery, R"("group": "192.0.2.1"}})", "discovery.group"},
+           Row{discovery, R"("group": "x"}})", "discovery.group"},
+           Row{discovery, R"("port": 0}})", "discovery.port"},
+           Row{discovery, R"("repetitions_max": 11}})", "discovery.repetitions_max"},
+           Row{discovery, R"("ttl_s": 16777216}})", "discovery.ttl_s"},
+           Row{discovery, R"("initial_delay_min_ms": 11}})", "initial_delay_min_ms is greater than"},
+           Row{discovery, R"("endpoint_network": "192.0.2.0/33"}})", "discovery.endpoint_network"},
+           Row{discovery, R"("cyclic_offer_delay_ms": 3000, "repetitions_max": 0}})", "cyclic_offer_delay_ms"},
+           Row{discovery, R"("cyclic_offer_delay_ms": 2760}})", "(240 ms)"},
+       }) {
+    expect_refusal(address, row.begin + row.rest, row.named);
   }
-  for (Row const& row : table) {
-    try {
-      read(row.process, row.communication);
-      ADD_FAILURE() << row.process << row.communication << " was accepted";
-    } catch (manifest::Manifest_error const& error) {
-      EXPECT_NE(std::string(error.what()).find(row.named), std::string::npos) << error.what();
-    }
-  }
+  EXPECT_NO_THROW(read(address, discovery + R"("cyclic_offer_delay_ms": 2759}})"));
 }
 
 TEST(AComponentSingleton, DoesNotComeAboutWithoutAManifest) {

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/com/discovery/hex.h"
+#include "tests/platform/com/hex.h"
 
 namespace linux_platform::com::discovery {
 namespace {
@@ -71,20 +71,11 @@ TEST(DiscoveryMessage, CutOrDamagedInItsHeaderOrEntriesIsIgnored) {
   }
   // service, method, length beyond the datagram and below the fixed part, protocol and interface version, type, return
   // code; entries length not a multiple, beyond the rest, huge
-  for (auto const& [offset, value] : std::vector<std::pair<std::size_t, std::uint8_t>>{{0, 0x60},
-                                                                                       {3, 1},
-                                                                                       {7, 0x31},
-                                                                                       {7, 0x13},
-                                                                                       {12, 2},
-                                                                                       {13, 2},
-                                                                                       {14, 0},
-                                                                                       {15, 1},
-                                                                                       {23, 0x11},
-                                                                                       {23, 64},
-                                                                                       {20, 255}}) {
+  for (char const* damage : {"0060", "0301", "0731", "0713", "0C02", "0D02", "0E00", "0F01", "1711", "1740", "14FF"}) {
+    auto const offset_and_value = bytes_of(damage);
     auto bad = bytes;
-    bad[offset] = value;
-    EXPECT_EQ(read(bad), "ignored") << offset;
+    bad.at(offset_and_value[0]) = offset_and_value[1];
+    EXPECT_EQ(read(bad), "ignored") << damage;
   }
   auto other_client = bytes;
   other_client[9] = 1;
