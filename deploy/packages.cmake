@@ -84,14 +84,14 @@ endmacro()
 
 flashwatch_add_package(service flashwatch SECTION admin
   SUMMARY "watcher of what applications write to flash"
-  DESCRIPTION "Holds every application of the machine against a yearly budget of bytes written through the\nkey-value storage, logs the figures and lets a diagnostic tester read them."
-  DEPENDS "flashwatch-platform (= ${PROJECT_VERSION}), passwd, init-system-helpers"
+  DESCRIPTION "Holds every application of the machine against a yearly budget of bytes written through\nthe key-value storage, logs the figures and lets a tester read them."
+  DEPENDS "flashwatch-platform (= ${PROJECT_VERSION}), passwd"
   CONFIGURATION /etc/flashwatch.json /etc/scid_mapping.json
   USERS flashwatch UNITS flashwatch.service STATE /var/lib/ara/per/flashwatch /run/ara/per/flashwatch)
 flashwatch_add_package(platform flashwatch-platform SECTION admin
   SUMMARY "processes of the machine that flashwatch watches"
-  DESCRIPTION "The persistency statistics service, the diagnostic manager (DoIP, UDS) and the machine manifest."
-  DEPENDS "passwd, init-system-helpers"
+  DESCRIPTION "The persistency statistics service, the diagnostic manager (DoIP,\nUDS) and the machine manifest."
+  DEPENDS "passwd"
   RECOMMENDS "dlt-daemon, systemd"
   CONFIGURATION /etc/ara/machine.json /etc/ara/dlt.conf
   GROUPS ara-per USERS ara-log ara-statistics ara-diagnostics FOLDERS /var/lib/ara/per
@@ -100,16 +100,16 @@ flashwatch_add_package(platform flashwatch-platform SECTION admin
   AT_REMOVAL "deb-systemd-invoke try-restart dlt-daemon.service || true")
 flashwatch_add_package(tester flashwatch-read SECTION admin
   SUMMARY "tester's tool that reads flashwatch's figures"
-  DESCRIPTION "Reads through DoIP and UDS how much every application of a machine has written, and shows it as a table."
+  DESCRIPTION "Reads through DoIP and UDS how much every application of a machine has\nwritten, and shows it as a table."
   RECOMMENDS "bash-completion")
 flashwatch_add_package(samples flashwatch-samples SECTION admin
   SUMMARY "sample applications for flashwatch to watch"
-  DESCRIPTION "Three applications that write through the key-value storage, each at its own rate. They start with\n'systemctl start ara_sample@navigation', and likewise media and tripmeter."
-  DEPENDS "flashwatch-platform (= ${PROJECT_VERSION}), passwd, init-system-helpers"
+  DESCRIPTION "Three applications that write through the key-value storage, each at its own\nrate. They start with 'systemctl start ara_sample@navigation', and likewise\nmedia and tripmeter."
+  DEPENDS "flashwatch-platform (= ${PROJECT_VERSION}), passwd"
   USERS ara-sample STOPPED_UNITS ara_sample@navigation ara_sample@media ara_sample@tripmeter
   STATE /var/lib/ara/per/navigation /var/lib/ara/per/media /var/lib/ara/per/tripmeter)
 flashwatch_add_package(dev flashwatch-platform-dev SECTION libdevel
   SUMMARY "headers and CMake package of flashwatch's platform"
-  DESCRIPTION "For applications that write through ara::per, log through ara::log or talk through ara::com:\nfind_package(flashwatch_platform)."
+  DESCRIPTION "For applications that write through ara::per, log through\nara::log or talk through ara::com: find_package(flashwatch_platform)."
   DEPENDS "libsqlite3-dev, libdlt-dev, zlib1g-dev, pkg-config | pkgconf")
 include(CPack)
