@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -69,7 +71,9 @@ std::uint16_t free_port() {
 }  // namespace
 
 Dlt_daemon::Dlt_daemon() : directory_((std::filesystem::temp_directory_path() / "dlt-XXXXXX").string()) {
-  mkdtemp(directory_.data());
+  if (mkdtemp(directory_.data()) == nullptr) {
+    throw std::system_error(errno, std::generic_category(), "mkdtemp");
+  }
   chmod(directory_.c_str(), 0777);
 }
 
