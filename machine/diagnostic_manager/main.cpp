@@ -13,6 +13,7 @@
 #include "machine/diagnostic_manager/reports/service_reports.h"
 #include "machine/diagnostic_manager/server/diagnostic_server.h"
 #include "machine/diagnostic_manager/settings/settings.h"
+#include "machine/version/command_line.h"
 #include "platform/src/manifest/machine_manifest.h"
 #include "tarn/com/runtime/component_singleton.h"
 
@@ -69,7 +70,10 @@ int serve(ara::log::Logger const& log) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char* argv[]) {
+  if (auto const answer = machine::version::answer_command_line(argc, argv)) {
+    return *answer;
+  }
   block_signals();
   try {
     ara::log::InitLogging("DIAG", "Diagnostic manager", ara::log::LogLevel::kInfo,

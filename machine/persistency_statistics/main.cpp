@@ -10,6 +10,7 @@
 #include "machine/persistency_statistics/statistics_service.h"
 #include "machine/persistency_statistics/stored_usage.h"
 #include "machine/persistency_statistics/termination.h"
+#include "machine/version/command_line.h"
 #include "platform/src/manifest/machine_manifest.h"
 #include "platform/src/per/settings.h"
 #include "tarn/com/runtime/component_singleton.h"
@@ -51,7 +52,10 @@ void serve(ara::log::Logger& log) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char* argv[]) {
+  if (auto const answer = machine::version::answer_command_line(argc, argv)) {
+    return *answer;
+  }
   try {
     block_signals();
     ara::log::InitLogging("PSTA", "persistency statistics", ara::log::LogLevel::kInfo,

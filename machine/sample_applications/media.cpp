@@ -33,7 +33,8 @@ void set_values(ara::per::KeyValueStorageBase& storage, std::uint64_t count) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char* argv[]) {
   return sample_applications::run({"MEDI", "sample media player", "media_library", 12, std::chrono::milliseconds(250),
-                                   std::chrono::minutes(10), set_values});
+                                   std::chrono::minutes(10), set_values},
+                                  argc, argv);
 }

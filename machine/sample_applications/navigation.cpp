@@ -21,7 +21,8 @@ void set_values(ara::per::KeyValueStorageBase& storage, std::uint64_t count) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char* argv[]) {
   return sample_applications::run({"NAVI", "sample navigation", "navigation_state", 0, std::chrono::seconds(10),
-                                   std::chrono::seconds(10), set_values});
+                                   std::chrono::seconds(10), set_values},
+                                  argc, argv);
 }

@@ -8,6 +8,7 @@
 #include "ara/exec/application_client.h"
 #include "ara/log/logging.h"
 #include "machine/sample_applications/stop_signals.h"
+#include "machine/version/command_line.h"
 #include "platform/src/manifest/machine_manifest.h"
 
 namespace sample_applications {
@@ -93,8 +94,11 @@ class Sample_application {
 
 }  // namespace
 
-int run(Workload const& workload) noexcept {
+int run(Workload const& workload, int argc, char const* const* argv) noexcept {
   try {
+    if (auto const answer = machine::version::answer_command_line(argc, argv)) {
+      return *answer;
+    }
     Stop_signals const stop;
     ara::log::InitLogging(workload.log_id, workload.description, ara::log::LogLevel::kInfo,
                           ara::log::LogMode::kRemote | ara::log::LogMode::kConsole, "");

@@ -13,7 +13,8 @@ void set_values(ara::per::KeyValueStorageBase& storage, std::uint64_t count) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char* argv[]) {
   return sample_applications::run(
-      {"TRIP", "sample trip meter", "trip_counters", 0, std::chrono::minutes(1), std::chrono::minutes(1), set_values});
+      {"TRIP", "sample trip meter", "trip_counters", 0, std::chrono::minutes(1), std::chrono::minutes(1), set_values},
+      argc, argv);
 }

@@ -69,7 +69,7 @@ std::optional<std::uint64_t> Readiness::wait() noexcept {
 
 void Readiness::end() noexcept {
   std::uint64_t const one = 1;
-  static_cast<void>(::write(end_, &one, sizeof one));
+  [[maybe_unused]] auto const written = ::write(end_, &one, sizeof one);
 }
 
 }  // namespace linux_platform::com

@@ -54,7 +54,7 @@ void Stall_watch::await_tick() {
 
 void Stall_watch::tick() {
   std::uint64_t expirations = 0;
-  static_cast<void>(::read(timer_.native_handle(), &expirations, sizeof expirations));
+  [[maybe_unused]] auto const size = ::read(timer_.native_handle(), &expirations, sizeof expirations);
   std::uint32_t const begun = begun_;
   on_tick_();
   if (std::exchange(seen_, begun) != begun || on_stall_()) {
