@@ -43,10 +43,13 @@ class Report(unittest.TestCase):
         self.assertEqual(errors, "")
         self.assertEqual(re.findall(r"<h2>(\w+) <b class=\"(\w+)\"", page),
                          [("over", "hard"), ("map", "fine"), ("calm", "fine")])
-        card = page[page.index("<h2>map"):page.index("<h2>calm")]
-        self.assertEqual(re.findall(r"<dd>(.*?)</dd>", card), [
+        over, mapped, _ = (re.findall(r"<dd>(.*?)</dd>", card) for card in page.split("<h2>")[1:])
+        self.assertEqual(mapped, [
             "500 B", "1 kB, 50 % used", "2 kB, 25 % used", "500 B and 1 kB", "2", "40 B a day, over 10 days",
             "2023-12-07", "2024-01-01"])  # 12.5 and 37.5 days after the 10th
+        self.assertEqual(over, [
+            "2 kB", "1 kB, 201 % used", "2 kB, 101 % used", "unknown", "unknown",
+            "unknown: less than a minute was logged", "exceeded", "exceeded"])
 
     def test_texts_from_outside_are_escaped_and_nothing_is_loaded(self):
         _, page = self.make(reading(0, "<script>&\"'", 1, 2, 3))
