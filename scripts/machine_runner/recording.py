@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The DLT log of a run as a file, and the page that shows it."""
 import os
+import select
 import shutil
 import subprocess
 import time
@@ -27,17 +28,18 @@ class Recording:
         self._page = directory / "report.html"
         self._receiver = None
         self._lines = 0  # of statistics, since the start
-        self._faults = []
+        self._lost = 0
+        self._fault = ""
         self._page.unlink(missing_ok=True)  # of an earlier run
         if shutil.which(RECEIVER) is None:
-            self._faults.append(f"{RECEIVER} is not installed")
+            self._fault = f"{RECEIVER} is not installed"
         elif not os.access(programs / REPORTER, os.X_OK):
-            self._faults.append(f"{REPORTER} is not in {programs}")
+            self._fault = f"{REPORTER} is not in {programs}"
 
     def start(self, environment):
         """The environment sets the clock, which gives each message its time."""
         self._lines = 0
-        if not self._faults:
+        if not self._fault:
             self._part.touch()
             self._receiver = self._supervisor.start(
                 RECEIVER, [RECEIVER, "-o", str(self._part), "-p", str(self._port), "127.0.0.1"], environment,
@@ -53,10 +55,11 @@ class Recording:
             return []
         end = time.monotonic() + LAST_LINES_LIMIT_S
         while (missing := self._lines - self._part.read_bytes().count(STATISTICS.encode())) > 0:
-            if time.monotonic() >= end:
-                self._faults.append(f"{missing} lines of statistics did not arrive at {RECEIVER}, see {self._receiver_log}")
+            if receiver.code is not None or time.monotonic() >= end:
+                self._lost += missing
                 break
-            time.sleep(POLL_S)
+            if select.select([receiver.end_descriptor], [], [], POLL_S)[0]:  # none will come
+                end = 0
         errors = self._supervisor.stop([receiver], END_LIMIT_S)
         with open(self._part, "rb") as part, open(self._log, "ab") as log:
             shutil.copyfileobj(part, log)
@@ -65,13 +68,14 @@ class Recording:
 
     def make_page(self):
         """A line for the user: where the page is, or why there is none."""
-        if not self._faults:
+        if not self._fault:
             try:
                 done = subprocess.run([self._programs / REPORTER, self._log, self._page], capture_output=True, text=True,
                                       timeout=PAGE_LIMIT_S, check=False)
-                if done.returncode == 0:
-                    return f"The report of this run: {self._page}"
-                self._faults.append(done.stderr.strip())
+                self._fault = "" if done.returncode == 0 else done.stderr.strip() or f"{REPORTER}: {done.returncode}"
             except (OSError, subprocess.TimeoutExpired) as error:
-                self._faults.append(str(error))
-        return f"run: no report of this run: {self._faults[0]}"
+                self._fault = str(error)
+        lost = f" ({self._lost} lines of statistics did not arrive, see {self._receiver_log})" if self._lost else ""
+        if self._fault:
+            return f"run: no report of this run: {self._fault}{lost}"
+        return f"The report of this run: {self._page}{lost}"
