@@ -99,8 +99,9 @@ flashwatch_add_package(platform flashwatch-platform SECTION admin
   AT_RUNNING_SYSTEM "systemd-tmpfiles --create flashwatch-platform.conf || true; deb-systemd-invoke try-restart dlt-daemon.service || true"
   AT_REMOVAL "deb-systemd-invoke try-restart dlt-daemon.service || true")
 flashwatch_add_package(tester flashwatch-read SECTION admin
-  SUMMARY "tester's tool that reads flashwatch's figures"
-  DESCRIPTION "Reads through DoIP and UDS how much every application of a machine has\nwritten, and shows it as a table."
+  SUMMARY "tester's tools that show flashwatch's figures"
+  DESCRIPTION "flashwatch_read reads through DoIP and UDS how much every application of a\nmachine has written, and shows it as a table; flashwatch_report makes a page\nof the machine's DLT log."
+  DEPENDS "python3"
   RECOMMENDS "bash-completion")
 flashwatch_add_package(samples flashwatch-samples SECTION admin
   SUMMARY "sample applications for flashwatch to watch"

@@ -9,6 +9,7 @@ def once(machine):
     machine.show_table()
     machine.stop()
     machine.check_log()
+    machine.leave_report()
 
 
 def until_asked_to_stop(machine, say):
@@ -20,6 +21,7 @@ def until_asked_to_stop(machine, say):
         machine.wait_for_request_to_stop()
     except StopRequested:
         machine.stop()
+        machine.leave_report()
 
 
 def years(machine, count, clock_of, say):
@@ -40,3 +42,4 @@ def years(machine, count, clock_of, say):
                 machine.fail(f"{name} should be in use for {year} years now")
             if name not in figures:
                 machine.fail(f"the tester sees nothing of {name}")
+    machine.leave_report()

@@ -10,6 +10,7 @@ import time
 import dlt
 import surroundings
 from errors import MachineError, StopRequested
+from recording import Recording
 from supervisor import Supervisor
 
 SAMPLES = ("sample_navigation", "sample_media", "sample_tripmeter")
@@ -44,6 +45,7 @@ class Machine:
         self._years = {}
         self._supervisor = Supervisor(self._on_watcher_line)
         self._daemon = None
+        self._recording = None
         self._port = dlt.Port()
         self._started = {}
         self._environment = {}
@@ -89,6 +91,7 @@ class Machine:
         self._applications_logged.clear()
         self._years.clear()
         self._environment.update(clock or {})
+        self._recording.start(dict(os.environ, **(clock or {})))
         self._start_and_wait([STATISTICS], "READY=1")
         self._start_and_wait(SAMPLES, "the first sync (READY=1)")
         self._start_and_wait([WATCHER], "READY=1")
@@ -131,6 +134,8 @@ class Machine:
         for names, limit_s in groups:
             self._stop_group([self._started.get(name) for name in names], limit_s)
         self._started = {}
+        for error in self._recording.stop() if self._recording is not None else []:
+            self.fail(error)
         if watcher is not None and watcher.is_ready:
             if watcher.code == 0:
                 self._show(f"{WATCHER} {watcher.how_it_ended()}")
@@ -142,6 +147,9 @@ class Machine:
         missing = sorted(set(self.applications) - self._applications_logged)
         if missing:
             self.fail(f"{WATCHER} logged no statistics of {', '.join(missing)}")
+
+    def leave_report(self):
+        self._say(self._recording.make_page())
 
     def _prepare(self):
         """What stays while the machine starts and stops."""
@@ -171,6 +179,7 @@ class Machine:
         self._supervisor.wait(lambda: dlt.is_up(directory, port), f"the DLT daemon's pipe and TCP port {port}",
                               self._ready_limit_s, poll=True)
         self._show(f"dlt-daemon ready: process {self._daemon.pid}, 127.0.0.1 TCP port {port}")
+        self._recording = Recording(self._supervisor, self._directory, self._programs, port)
 
     def _start_and_wait(self, names, event):
         for name in names:
@@ -210,6 +219,7 @@ class Machine:
 
     def _on_watcher_line(self, line):
         self._show(line)
+        self._recording.on_watcher_line(line)
         with open(self._directory / f"log/{WATCHER}.log", "a", encoding="utf-8") as log:
             log.write(line + "\n")
         if found := DATA_LINE.search(line):

@@ -13,8 +13,8 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 LIMIT_S = 240
 COMPONENTS = ("dev", "service", "platform", "tester", "samples")
-TOOLS = ("persistency_statistics", "diagnostic_manager", "flashwatch_read", "sample_navigation", "sample_media",
-         "sample_tripmeter")
+TOOLS = ("persistency_statistics", "diagnostic_manager", "flashwatch_read", "flashwatch_report", "sample_navigation",
+         "sample_media", "sample_tripmeter")
 build, version = pathlib.Path(), ""
 
 

@@ -87,8 +87,9 @@ def what_an_application_syncs_is_what_the_tester_sees(machine):
 
     _, total, _ = machine.counters_of("media")  # closing the storage writes a little more
     next_time = machine.finish("--once")
-    assert re.search(r"\nApplication +SCID (?s:.*)\nmedia .* EXCEEDED\n(?s:.*)\nflashwatch ended with code 0\n$",
-                     next_time), next_time
+    assert re.search(r"\nApplication +SCID (?s:.*)\nmedia .* EXCEEDED\n(?s:.*)\nflashwatch ended with code 0\n"
+                     r"The report of this run: .*/report\.html\n$", next_time), next_time
+    assert 'media <b class="soft">' in (machine.place / "machine/report.html").read_text(encoding="utf-8")
     logged = re.search(r" info media session\((\d+), \d+\) total\((\d+), ", next_time)
     session, total_now = map(int, logged.groups())
     assert session > COVER_BYTES and total_now == total + session, (session, total, total_now)
@@ -103,6 +104,8 @@ def budgets_grow_year_by_year(machine):
         assert (in_use, limit) == (year, int(year) * machine.soft_limit(name)), (name, year, in_use, limit)
         assert written > before.get(name, 0), (name, year)
         before[name] = written
+    page = (machine.place / "machine/years/report.html").read_text(encoding="utf-8")
+    assert page.count("<dt>Years of use</dt><dd>3<") == 4 and "a day, over 732 days<" in page, page
 
 
 def rows(programs):

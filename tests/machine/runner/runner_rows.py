@@ -59,6 +59,7 @@ def once_starts_and_ends_everything_in_order(run):
     output = run.finish("--once")
     assert len(re.findall(rf"^\w+ ready: process \d+, {NETWORK}\d$", output, re.MULTILINE)) == 6, output
     assert output.count(" session(") == 4 and output.index("the tester's table") < output.index(" FLWT DATA info ")
+    assert "\nrun: no report of this run: flashwatch_report is not in " in output, output
     run.assert_order()
     assert sorted(os.listdir("/etc")) == host_etc
 

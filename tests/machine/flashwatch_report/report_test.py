@@ -1,0 +1,89 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
+"""The report on small DLT files: figures, order, escaping, what it makes of damage, and that it needs no network."""
+import pathlib
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+START, DAY = 1_700_000_000, 86400  # 2023-11-14 22:13:20 UTC
+
+
+def message(seconds, texts, order=">", application=b"FLWT", context=b"DATA"):
+    payload = b"".join(struct.pack(order + "IH", 0x8200, len(text.encode()) + 1) + text.encode() + b"\0" for text in texts)
+    flags = 0x35 | (0x02 if order == ">" else 0)  # version 1, timestamp, ECU, extended header
+    length = 4 + 4 + 4 + 10 + len(payload)
+    return (b"DLT\1" + struct.pack("<II", seconds, 0) + b"ECU1" + struct.pack(">BBH", flags, 0, length) + b"ECU1" +
+            struct.pack(">I", 0) + struct.pack("BB", 0x41, len(texts)) + application + context + payload)
+
+
+def reading(day, name, written, soft, hard, **options):
+    return message(START + day * DAY, [name, f"session({written}, 1)", f"total({written}, 1)",
+                                       f"budget({soft - written}, {hard - written})"], **options)
+
+
+class Report(unittest.TestCase):
+    def make(self, *content):
+        with tempfile.TemporaryDirectory() as place:
+            log, page = pathlib.Path(place, "log.dlt"), pathlib.Path(place, "page.html")
+            log.write_bytes(b"".join(content))
+            result = subprocess.run([sys.argv[-1], log, page], capture_output=True, text=True, timeout=60, check=False)
+            self.assertEqual(page.exists(), result.returncode == 0, result.stderr)
+            return result.stderr, page.read_text(encoding="utf-8") if page.exists() else ""
+
+    def test_figures_and_order(self):
+        limits = message(START, ["map", "year limits(500, 1000)", "acc limits(1000, 2000)", "year in use(2)"])
+        errors, page = self.make(
+            reading(0, "calm", 10, 1000, 2000), reading(0, "map", 100, 1000, 2000, order="<"), limits,
+            reading(0, "other", 1, 1, 1, application=b"ELSE"), message(START, ["a text"], context=b"DFLT"),
+            reading(10, "map", 500, 1000, 2000), reading(10, "calm", 10, 1000, 2000), reading(10, "over", 2001, 1000, 2000))
+        self.assertEqual(errors, "")
+        self.assertEqual(re.findall(r"<h2>(\w+) <b class=\"(\w+)\"", page),
+                         [("over", "hard"), ("map", "fine"), ("calm", "fine")])
+        over, mapped, _ = (re.findall(r"<dd>(.*?)</dd>", card) for card in page.split("<h2>")[1:])
+        self.assertEqual(mapped, [
+            "500 B", "1 kB, 50 % used", "2 kB, 25 % used", "500 B and 1 kB", "2", "40 B a day, over 10 days",
+            "2023-12-07", "2024-01-01"])  # 12.5 and 37.5 days after the 10th
+        self.assertEqual(over, [
+            "2 kB", "1 kB, 201 % used", "2 kB, 101 % used", "unknown", "unknown",
+            "unknown: less than a minute was logged", "exceeded", "exceeded"])
+
+    def test_texts_from_outside_are_escaped_and_nothing_is_loaded(self):
+        _, page = self.make(reading(0, "<script>&\"'", 1, 2, 3))
+        self.assertIn("&lt;script&gt;&amp;&quot;&#x27;", page)
+        self.assertNotRegex(page, r"<script|(src|href)=|url\(|@import|https?:")
+
+    def test_damage_is_named_and_the_rest_is_read(self):
+        whole = reading(0, "whole", 1, 2, 3)
+        broken = reading(0, "broken", 1, 2, 3)
+        liar = bytearray(broken)
+        liar[18:20] = b"\xff\xff"
+        arguments = bytearray(broken)
+        arguments[42:44] = b"\xff\xff"
+        for content, complaint in ((b"noise", "5 bytes at offset"), (broken[:40], "the message at offset"),
+                                   (broken[:18], "the message at offset"), (liar, "the message at offset"),
+                                   (arguments, "damaged arguments")):
+            for parts in ((whole, content), (whole, content, whole)):
+                errors, page = self.make(*parts)
+                self.assertIn(complaint, errors)
+                self.assertIn("<h2>whole ", page)
+                self.assertIn("damaged places", page)
+
+    def test_a_file_without_statistics_gives_no_page(self):
+        for content, complaint in ((b"", "is empty"), (b"PK\3\4", "no DLT file"),
+                                   (reading(0, "x", 1, 1, 1, application=b"ELSE"), "no statistics")):
+            errors, _ = self.make(content)
+            self.assertIn(complaint, errors)
+
+    def test_cut_anywhere_it_never_fails_otherwise(self):
+        content = reading(0, "map", 1, 2, 3)
+        for size in range(0, len(content), 9):
+            errors, _ = self.make(content[:size])
+            self.assertRegex(errors, r"cannot read .*: it ")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
