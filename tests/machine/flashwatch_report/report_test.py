@@ -45,10 +45,10 @@ class Report(unittest.TestCase):
                          [("over", "hard"), ("map", "fine"), ("calm", "fine")])
         over, mapped, _ = (re.findall(r"<dd>(.*?)</dd>", card) for card in page.split("<h2>")[1:])
         self.assertEqual(mapped, [
-            "500 B", "1 kB, 50 % used", "2 kB, 25 % used", "500 B and 1 kB", "2", "40 B a day, over 10 days",
+            "500 B", "1000 B, 50 % used", "1.95 KiB, 25 % used", "500 B and 1000 B", "2", "40 B a day, over 10 days",
             "2023-12-07", "2024-01-01"])  # 12.5 and 37.5 days after the 10th
         self.assertEqual(over, [
-            "2 kB", "1 kB, 201 % used", "2 kB, 101 % used", "unknown", "unknown",
+            "1.95 KiB", "1000 B, 201 % used", "1.95 KiB, 101 % used", "unknown", "unknown",
             "unknown: less than a minute was logged", "exceeded", "exceeded"])
 
     def test_texts_from_outside_are_escaped_and_nothing_is_loaded(self):
