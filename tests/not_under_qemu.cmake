@@ -12,4 +12,5 @@ set(CTEST_CUSTOM_TESTS_IGNORE
   machine_runner_test                # starts the programs of a machine
   machine_sample_applications_test   # starts and signals the programs
   architecture_includes              # reads sources: the same on every processor
+  documents                          # reads documents: the same on every processor
   platform_manifest_schema_test)     # reads data files: the same on every processor
