@@ -80,7 +80,7 @@ class AClientConnection : public testing::Test {
 
   Limits limits_;
   Service_deployment service_;
-  std::optional<Raw_listener> listener_{"127.0.0.1"};
+  std::optional<Raw_listener> listener_{std::in_place};
   std::unique_ptr<Client_connection> connection_;
 };
 
