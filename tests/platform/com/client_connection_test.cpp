@@ -3,8 +3,10 @@
 // and its end at every awkward moment.
 #include "platform/src/com/connection/client_connection.h"
 
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,6 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing_support::answer;
 using testing_support::Bytes;
 using testing_support::Raw_listener;
@@ -39,7 +42,7 @@ struct Number_reply final : tarn::com::cpp_binding::Reply_if {
   ara::com::Promise<std::uint32_t> promise;
 };
 
-/// How a call ended: its number, the number of its declared error, or the exception's kind, code and text.
+/// How a call ended: its number, or the exception's kind, code and text.
 std::string end_of(Number future) {
   try {
     return std::to_string(future.get());
@@ -63,13 +66,10 @@ class AClientConnection : public testing::Test {
     service_.id = 0x6001;
     service_.major = 1;
     service_.methods = {{"get_number", 5}};
-    connection_ = to(listener_.port());
-  }
-  std::unique_ptr<Client_connection> to(std::uint16_t port) const {
     auto const here = boost::asio::ip::address_v4::loopback();
-    return std::make_unique<Client_connection>(here, Endpoint{here, port}, limits_);
+    connection_ = std::make_unique<Client_connection>(here, Endpoint{here, listener_->port()}, limits_);
   }
-  Number call(std::chrono::milliseconds response_time = 10s) {
+  Number call(std::chrono::milliseconds response_time = 60s) {
     auto reply = std::make_unique<Number_reply>();
     auto future = reply->promise.get_future();
     future.set_driver(connection_->call({std::make_shared<Service_deployment const>(service_), 5, response_time,
@@ -80,74 +80,44 @@ class AClientConnection : public testing::Test {
 
   Limits limits_;
   Service_deployment service_;
-  Raw_listener listener_{"127.0.0.1"};
+  std::optional<Raw_listener> listener_{std::in_place};
   std::unique_ptr<Client_connection> connection_;
 };
 
-TEST_F(AClientConnection, SendsRequestsThatTheServerCanTellApart) {
-  auto first = call();
-  auto second = call();
-  Raw_peer server = listener_.accept();
-  Bytes const one = server.receive_message();
-  Bytes const two = server.receive_message();
-  Bytes const client(one.begin() + 8, one.begin() + 10);
-  auto const expected = [&](char const* session) {
-    return testing_support::joined({bytes_of("60010005 00000008"), client, bytes_of(session), bytes_of("01010000")});
-  };
-  EXPECT_EQ(one, expected("0001"));
-  EXPECT_EQ(two, expected("0002"));
-  EXPECT_FALSE(first.is_ready());
-  server.send(with_number(two, 22));
-  server.send(with_number(one, 11));
-  EXPECT_EQ(first.get(), 11U);
-  EXPECT_TRUE(second.is_ready());
-  EXPECT_EQ(second.get(), 22U);
-}
-
 TEST_F(AClientConnection, TakesEveryEndThatAnAnswerCanHave) {
-  struct Row {
-    char const* type_and_code;
-    char const* payload;
-    char const* length;  ///< when it lies
-    char const* end;
-    char const* text = "transport 1 method get_number of test::Numbers";
-  };
-  for (Row const& row : {
-           Row{"8121", "1122", "", "declared 2", ""},
-           {"8021", "", "", "declared 2", ""},
-           {"8000", "0000000777", "", "7", ""},
-           {"8103", "", "", "return code 3", "transport 3"},
-           {"8009", "", "", "return code 9", "transport 9"},
-           {"811F", "", "", "return code 31", "transport 31"},
-           {"815F", "", "", "return code 95", "transport 95"},
-           {"8100", "", "", "return code 1"},
-           {"8125", "", "", "application error 6"},
-           {"815E", "", "", "application error 63"},
-           {"8000", "010203", "", "Read beyond the end of the data buffer", "transport 9"},
-           {"8000", "", "00000007", "length is below 8 or beyond the limit of 1000 bytes"},
-           {"8000", "", "000003E1", "beyond the limit"},
-           {"8000", "0102", "000003E0", "closed in the middle of an answer"},
+  std::string const method = "transport 1 method get_number of test::Numbers: ";
+  // Type and code of the answer, its payload, its length when it lies; how the call ends.
+  for (auto const& [type_and_code, payload, length, end] : std::vector<std::array<std::string, 4>>{
+           {"8121", "1122", "", "declared 2"},
+           {"8021", "", "", "declared 2"},
+           {"8000", "0000000777", "", "7"},
+           {"8103", "", "", "transport 3 .*return code 3 .*"},
+           {"811F", "", "", "transport 31 .*return code 31 .*"},
+           {"815F", "", "", "transport 95 .*return code 95 .*"},
+           {"8100", "", "", method + ".*return code 1 .*"},
+           {"815E", "", "", method + ".*application error 63.*"},
+           {"8000", "010203", "", "transport 9 .*Read beyond the end of the data buffer"},
+           {"8000", "", "00000007", method + ".*length is below 8 or beyond the limit of 1000 bytes"},
+           {"8000", "", "000003E1", method + ".*beyond the limit.*"},
+           {"8000", "0102", "000003E0", method + ".*closed in the middle of an answer"},
        }) {
     auto future = call();
-    Raw_peer server = listener_.accept();
-    Bytes bytes = answer(server.receive_message(), bytes_of(row.payload));
-    Bytes const length = bytes_of(row.length);
-    Bytes const code = bytes_of(row.type_and_code);
-    std::copy(length.begin(), length.end(), bytes.begin() + 4);
+    Raw_peer server = listener_->accept();
+    Bytes bytes = answer(server.receive_message(), bytes_of(payload));
+    Bytes const lie = bytes_of(length);
+    Bytes const code = bytes_of(type_and_code);
+    std::copy(lie.begin(), lie.end(), bytes.begin() + 4);
     std::copy(code.begin(), code.end(), bytes.begin() + 14);
     server.send(bytes);
     server.end_sending();
-    EXPECT_THAT(end_of(std::move(future)), AllOf(HasSubstr(row.text), HasSubstr(row.end))) << row.type_and_code;
+    EXPECT_THAT(end_of(std::move(future)), MatchesRegex(end)) << type_and_code;
     connection_->drop("next row");
   }
-  auto future = call();
-  listener_.accept().receive_message();
-  EXPECT_THAT(end_of(std::move(future)), HasSubstr("was closed"));
 }
 
 TEST_F(AClientConnection, EndsACallAtItsLimitAndDropsWhatIsNotItsAnswer) {
   auto future = call(60ms);
-  Raw_peer server = listener_.accept();
+  Raw_peer server = listener_->accept();
   Bytes const request = server.receive_message();
   // service, method, client, session, version, type
   for (std::size_t const position : {1U, 3U, 9U, 11U, 12U, 14U}) {
@@ -170,10 +140,13 @@ TEST_F(AClientConnection, FailsAllOutstandingRequestsWithTheConnection) {
   EXPECT_THAT(end_of(call()), HasSubstr("4 requests are waiting"));
   connection_->drop("the peer has started anew");
   for (auto& future : futures) {
-    EXPECT_THAT(end_of(std::move(future)), AllOf(HasSubstr("transport"), HasSubstr("the peer has started anew")));
+    EXPECT_THAT(end_of(std::move(future)), MatchesRegex("transport .*the peer has started anew"));
   }
+  auto const port = std::to_string(listener_->port());
+  listener_.reset();
+  EXPECT_THAT(end_of(call()), MatchesRegex("unavailable .*cannot connect to 127.0.0.1:" + port + ".*"));
   connection_->close("end");
-  EXPECT_THAT(end_of(call()), AllOf(HasSubstr("unavailable"), HasSubstr("has ended")));
+  EXPECT_THAT(end_of(call()), MatchesRegex("unavailable .*has ended.*"));
 }
 
 TEST_F(AClientConnection, MakesRoomWhereAbandonedRequestsHaveExpired) {
@@ -184,7 +157,7 @@ TEST_F(AClientConnection, MakesRoomWhereAbandonedRequestsHaveExpired) {
   while (future.is_ready()) {
     future = call();
   }
-  Raw_peer server = listener_.accept();
+  Raw_peer server = listener_->accept();
   for (int i = 0; i < 4; ++i) {
     server.receive_message();
   }
@@ -192,24 +165,20 @@ TEST_F(AClientConnection, MakesRoomWhereAbandonedRequestsHaveExpired) {
   EXPECT_EQ(future.get(), 3U);
 }
 
-TEST_F(AClientConnection, SaysWhereItTriedInVain) {
-  std::uint16_t const port = Raw_listener("127.0.0.1").port();
-  connection_ = to(port);
-  EXPECT_THAT(end_of(call()),
-              AllOf(HasSubstr("unavailable"), HasSubstr("cannot connect to 127.0.0.1:" + std::to_string(port))));
-}
-
-TEST_F(AClientConnection, NeverUsesASessionThatIsZeroOrOutstanding) {
-  auto outstanding = call(60s);
-  Raw_peer server = listener_.accept();
+TEST_F(AClientConnection, NumbersItsRequestsWithWhatIsNeitherZeroNorOutstanding) {
+  auto outstanding = call();
+  Raw_peer server = listener_->accept();
   Bytes const first = server.receive_message();
-  for (std::uint32_t i = 1; i < 65'540; ++i) {
-    auto future = call(60s);
-    Bytes const request = server.receive_message();
-    ASSERT_NE(read_header(request.data()).session, 0U);
-    ASSERT_NE(request, first);
+  Bytes const client(first.begin() + 8, first.begin() + 10);
+  EXPECT_EQ(first, testing_support::joined({bytes_of("60010005 00000008"), client, bytes_of("0001 01010000")}));
+  for (unsigned i = 2; i < 65'540; ++i) {
+    auto future = call();
+    Bytes request = server.receive_message();
+    ASSERT_EQ(read_header(request.data()).session, i <= 0xFFFF ? i : i - 0xFFFF + 1);
     server.send(with_number(request, 1));
     ASSERT_EQ(future.get(), 1U);
+    std::copy_n(first.begin() + 10, 2, request.begin() + 10);
+    ASSERT_EQ(request, first) << "but for the session";
   }
   server.send(with_number(first, 2));
   EXPECT_EQ(outstanding.get(), 2U);
@@ -223,11 +192,11 @@ TEST_F(AClientConnection, ServesManyWaitingThreadsWhateverTheOrderOfTheAnswers) 
   for (int i = 0; i < threads; ++i) {
     callers.emplace_back([&] {
       for (int n = 0; n < calls; ++n) {
-        good += call(30s).get() == 1 ? 1 : 0;
+        good += call().get() == 1 ? 1 : 0;
       }
     });
   }
-  Raw_peer server = listener_.accept();
+  Raw_peer server = listener_->accept();
   std::vector<Bytes> waiting;
   for (int answered = 0; answered < threads * calls;) {
     if (waiting.empty() || server.has_input()) {

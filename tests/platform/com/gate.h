@@ -16,7 +16,6 @@ class Gate {
   void pass() {
     std::unique_lock<std::mutex> lock(mutex_);
     ++inside_;
-    ++visits_;
     changed_.notify_all();
     wait(lock, [this] { return open_; });
     --inside_;
@@ -31,10 +30,6 @@ class Gate {
     std::unique_lock<std::mutex> lock(mutex_);
     return wait(lock, [&] { return inside_ >= count; });
   }
-  std::size_t visits() {
-    std::lock_guard<std::mutex> const lock(mutex_);
-    return visits_;
-  }
 
  private:
   template <typename Condition>
@@ -45,7 +40,6 @@ class Gate {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::size_t inside_ = 0;
-  std::size_t visits_ = 0;
   bool open_ = false;
 };
 

@@ -12,19 +12,15 @@
 
 namespace linux_platform::com::testing_support {
 
-/// A service "test::Echo" with instance "one" (1, port 30600) and "other" (2, port 30601), and "test::Back" with
-/// instance "back" (1, port 30602).
-inline std::shared_ptr<Service_deployment const> deployment(std::string const& interface, std::uint16_t id) {
+/// A service with method "named" and these instances.
+inline std::shared_ptr<Service_deployment const> deployment(
+    char const* interface, std::uint16_t id, std::map<std::string, Service_deployment::Instance> const& instances) {
   Service_deployment service;
   service.interface = interface;
   service.id = id;
   service.major = 1;
   service.methods = {{"named", 7}};
-  if (interface == "test::Echo") {
-    service.instances = {{"one", {1, 30600}}, {"other", {2, 30601}}};
-  } else {
-    service.instances = {{"back", {1, 30602}}};
-  }
+  service.instances = {instances.begin(), instances.end()};
   return std::make_shared<Service_deployment const>(service);
 }
 
@@ -37,8 +33,8 @@ inline Settings settings(std::uint8_t host, Limits const& limits = {}) {
       boost::asio::ip::address_v4((127U << 24U) | ((64U + pid % 128U) << 16U) | ((pid / 128U % 256U) << 8U) | host);
   settings.discovery.port = static_cast<std::uint16_t>(33'000 + pid % 20'000);
   settings.limits = limits;
-  settings.services = {{"test::Echo", deployment("test::Echo", 0x6001)},
-                       {"test::Back", deployment("test::Back", 0x6002)}};
+  settings.services = {{"test::Echo", deployment("test::Echo", 0x6001, {{"one", {1, 30600}}, {"other", {2, 30601}}})},
+                       {"test::Back", deployment("test::Back", 0x6002, {{"back", {1, 30602}}})}};
   return settings;
 }
 

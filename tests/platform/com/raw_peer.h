@@ -2,25 +2,25 @@
 #ifndef TESTS_PLATFORM_COM_RAW_PEER_H
 #define TESTS_PLATFORM_COM_RAW_PEER_H
 
-#include <arpa/inet.h>
-#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <initializer_list>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <stdexcept>
 #include <string>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 
 #include "platform/src/com/message/header.h"
 
 namespace linux_platform::com::testing_support {
 
 using Bytes = std::vector<std::uint8_t>;
+using Tcp = boost::asio::ip::tcp;
+
+constexpr std::chrono::seconds longest_wait{10};
 
 inline Bytes joined(std::initializer_list<Bytes> pieces) {
   Bytes bytes;
@@ -30,99 +30,73 @@ inline Bytes joined(std::initializer_list<Bytes> pieces) {
   return bytes;
 }
 
-inline sockaddr_in endpoint(std::string const& address, std::uint16_t port) {
-  sockaddr_in result{};
-  result.sin_family = AF_INET;
-  result.sin_port = htons(port);
-  ::inet_aton(address.c_str(), &result.sin_addr);
-  return result;
-}
-
 inline void require(bool good, char const* what) {
   if (!good) {
     throw std::runtime_error(what);
   }
 }
 
-/// A blocking TCP connection that says exactly what a test wants said; no wait takes longer than ten seconds.
+/// A blocking TCP connection that says exactly what a test wants said.
 class Raw_peer {
  public:
-  explicit Raw_peer(int descriptor) : descriptor_(descriptor) {
-    timeval const limit{10, 0};
-    int const one = 1;
-    ::setsockopt(descriptor_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    ::setsockopt(descriptor_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-    ::setsockopt(descriptor_, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+  explicit Raw_peer(Tcp::socket&& connected) : stream_(std::move(connected)) {
+    stream_.socket().set_option(Tcp::no_delay(true));
   }
-  Raw_peer(std::string const& address, std::uint16_t port) : Raw_peer(::socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in const to = endpoint(address, port);
-    require(::connect(descriptor_, reinterpret_cast<sockaddr const*>(&to), sizeof to) == 0, "connect");
+  Raw_peer(std::string const& address, std::uint16_t port) {
+    stream_.expires_after(longest_wait);
+    stream_.connect(Tcp::endpoint(boost::asio::ip::make_address(address), port));
+    require(stream_.good(), "connect");
+    stream_.socket().set_option(Tcp::no_delay(true));
   }
-  ~Raw_peer() { ::close(descriptor_); }
-  Raw_peer(Raw_peer&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-  Raw_peer& operator=(Raw_peer&&) = delete;
 
   void send(Bytes const& bytes) {
-    require(::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size()),
-            "send");
+    stream_.expires_after(longest_wait);
+    stream_.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size())).flush();
+    require(stream_.good(), "send");
   }
   /// The next `size` bytes, fewer at the end of the stream.
   Bytes receive(std::size_t size) {
     Bytes bytes(size);
-    // Asking for nothing would wait for something all the same.
-    ssize_t const got = size == 0 ? 0 : ::recv(descriptor_, bytes.data(), size, MSG_WAITALL);
-    require(got >= 0 || errno == ECONNRESET, "receive");
-    bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    stream_.expires_after(longest_wait);
+    stream_.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
+    require(stream_.good() || stream_.error() == boost::asio::error::eof ||
+                stream_.error() == boost::asio::error::connection_reset,
+            "receive");
+    bytes.resize(static_cast<std::size_t>(stream_.gcount()));
     return bytes;
   }
   /// The next message; empty at the end of the stream.
   Bytes receive_message() {
-    Bytes message = receive(Header::size);
-    if (message.size() == Header::size) {
-      Bytes const payload = receive(read_length(message.data()) + Header::counted_from - Header::size);
-      message.insert(message.end(), payload.begin(), payload.end());
-    }
-    return message;
+    Bytes const head = receive(Header::size);
+    return head.size() < Header::size
+               ? head
+               : joined({head, receive(read_length(head.data()) + Header::counted_from - Header::size)});
   }
   bool at_end() { return receive(1).empty(); }
-  void end_sending() { ::shutdown(descriptor_, SHUT_WR); }
+  void end_sending() { stream_.socket().shutdown(Tcp::socket::shutdown_send); }
   /// Whether something has come, without waiting for it.
-  bool has_input() {
-    std::uint8_t byte = 0;
-    return ::recv(descriptor_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
-  }
+  bool has_input() { return stream_.rdbuf()->in_avail() > 0 || stream_.socket().available() > 0; }
 
  private:
-  int descriptor_;
+  Tcp::iostream stream_;
 };
 
 /// Listens at a port of the kernel's choice. Connections come about in the kernel, so one thread can play both ends.
 class Raw_listener {
  public:
-  explicit Raw_listener(std::string const& address) : descriptor_(::socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in at = endpoint(address, 0);
-    socklen_t size = sizeof at;
-    timeval const limit{10, 0};
-    ::setsockopt(descriptor_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    require(::bind(descriptor_, reinterpret_cast<sockaddr const*>(&at), size) == 0, "bind");
-    require(::listen(descriptor_, 8) == 0, "listen");
-    ::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&at), &size);
-    port_ = ntohs(at.sin_port);
-  }
-  ~Raw_listener() { ::close(descriptor_); }
-  Raw_listener(Raw_listener const&) = delete;
-  Raw_listener& operator=(Raw_listener const&) = delete;
-
-  std::uint16_t port() const { return port_; }
+  std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
   Raw_peer accept() {
-    int const accepted = ::accept(descriptor_, nullptr, nullptr);
-    require(accepted >= 0, "accept");
-    return Raw_peer(accepted);
+    Tcp::socket accepted(io_);
+    acceptor_.async_accept(accepted, [](auto const& /*error*/) {});
+    io_.restart();
+    io_.run_for(longest_wait);
+    require(accepted.is_open(), "accept");
+    return Raw_peer(std::move(accepted));
   }
 
  private:
-  int descriptor_;
-  std::uint16_t port_ = 0;
+  boost::asio::io_context io_;
+  Tcp::acceptor acceptor_{io_, {boost::asio::ip::address_v4::loopback(), 0}};
 };
 
 /// The bytes of a message.

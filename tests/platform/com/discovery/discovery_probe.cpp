@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A node that does what its standard input says, and says on standard output what it sees:
-//   offer SERVICE INSTANCE PORT | withdraw SERVICE INSTANCE | find SERVICE INSTANCE WINDOW_MS
+//   offer SERVICE INSTANCE PORT | find SERVICE INSTANCE WINDOW_MS
 // Ends, with stop offers, at the end of its input. Arguments: own address, group, port.
 #include <iostream>
 #include <sstream>
@@ -36,8 +36,6 @@ void execute(Discovery& node, boost::asio::ip::address_v4 const& own, std::strin
   in >> verb >> service >> instance >> number;
   if (verb == "offer") {
     node.offer({service, instance, 1, 0}, {own, number});
-  } else if (verb == "withdraw") {
-    node.withdraw({service, instance, 1, 0});
   } else {
     node.find(service, instance, 1, std::chrono::milliseconds{number},
               [](auto const& found) { std::cout << "found " << found.size() << std::endl; });
