@@ -14,7 +14,7 @@ using namespace linux_platform::com;
 using fuzz::require;
 using halden::services::diag::Uds_service_failure;
 
-Outcome check_code(Reply_code reply) {
+std::uint8_t check_code(Reply_code reply) {
   auto const outcome = outcome_of(reply);
   if (outcome.kind == Outcome::Kind::application_error) {
     require(outcome.number >= 1 && outcome.number <= max_application_error, "errors are numbered 1 to 63");
@@ -22,18 +22,7 @@ Outcome check_code(Reply_code reply) {
   } else {
     require((outcome.kind == Outcome::Kind::result) == (outcome.code == Return_code::ok), "only a result is in order");
   }
-  return outcome;
-}
-
-template <typename Error>
-void check_error(std::exception_ptr const& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (Error const& failure) {
-    fuzz::Bytes payload;
-    failure.serialize(payload);
-    require(Error(payload).response_code() == failure.response_code(), "an error survives the wire");
-  }
+  return outcome.number;
 }
 
 template <typename Interface>
@@ -43,8 +32,13 @@ void check_method(std::uint8_t number, fuzz::Bytes const& payload) {
     auto const error = Interface::Read::GetApplicationErrorExceptionPtr(number, payload);
     require((error != nullptr) == (number == Uds_service_failure::code), "Read declares one error");
     if (error != nullptr) {
-      check_error<typename Interface::UDSServiceFailed>(error);
+      std::rethrow_exception(error);
     }
+  } catch (typename Interface::UDSServiceFailed const& failure) {
+    fuzz::Bytes written;
+    failure.serialize(written);
+    require(typename Interface::UDSServiceFailed(written).response_code() == failure.response_code(),
+            "an error survives the wire");
   } catch (std::out_of_range const&) {
     require(number == Uds_service_failure::code, "only a declared error's payload is read");
   }
@@ -52,13 +46,11 @@ void check_method(std::uint8_t number, fuzz::Bytes const& payload) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+void fuzz::check(Input input) {
   namespace diag = halden::services::diag;
-  fuzz::Input input(data, size);
   auto const type = Message_type{input.u8()};
-  auto const outcome = check_code({type, Return_code{input.u8()}});
+  auto const number = check_code({type, Return_code{input.u8()}});
   auto const payload = input.rest();
-  check_method<diag::d_17f0::DataIdentifier_FlashwatchReport>(outcome.number, payload);
-  check_method<diag::d_17f2::DataIdentifier_EMMCBudgetExceedance>(outcome.number, payload);
-  return 0;
+  check_method<diag::d_17f0::DataIdentifier_FlashwatchReport>(number, payload);
+  check_method<diag::d_17f2::DataIdentifier_EMMCBudgetExceedance>(number, payload);
 }

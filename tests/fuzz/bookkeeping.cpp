@@ -13,11 +13,10 @@ namespace {
 
 using namespace orvel::flashwatch::diagnostics;
 using fuzz::require;
-using Statistics = std::map<std::string, orvel::persistency::KVS_io_stat>;
 
 struct Provider final : orvel::flashwatch::Io_stats_provider_if {
-  Statistics get_KVS_statistics() const override { return stats; }
-  Statistics stats;
+  std::map<std::string, orvel::persistency::KVS_io_stat> get_KVS_statistics() const override { return {{"key", stat}}; }
+  orvel::persistency::KVS_io_stat stat;
 };
 
 /// One record, kept by the caller.
@@ -51,27 +50,22 @@ bool same_budget(Stat_record const& a, Stat_record const& b) {
 
 template <typename Value>
 Value number(fuzz::Input& input) {
-  fuzz::Bytes bytes = input.take(sizeof(Value));
-  bytes.resize(sizeof(Value));
   Value value{};
-  std::memcpy(&value, bytes.data(), sizeof value);
+  std::memcpy(&value, input.take(sizeof value, sizeof value).data(), sizeof value);
   return value;
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  fuzz::Input input(data, size);
-  Entry_bytes record{};
-  auto const stored = input.take(record.size());
-  std::copy(stored.begin(), stored.end(), record.begin());
+void fuzz::check(Input input) {
+  auto record = number<Entry_bytes>(input);
   auto const entry = decode(record);
   std::fill_n(record.end() - 4, 4, std::uint8_t{0});  // reserved
   require(encode(entry) == record, "a record keeps its value");
 
   auto const time = number<std::int64_t>(input);
   auto const provider = std::make_shared<Provider>();
-  auto& stat = provider->stats["key"];
+  auto& stat = provider->stat;
   stat.application_id = "id";
   stat.soft_limit = number<std::uint64_t>(input);
   stat.hard_limit = number<std::uint64_t>(input);
@@ -86,5 +80,4 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     start(provider, record_of_steps, time - static_cast<std::int64_t>(in_use / 2));
     require(same_budget(start(provider, record_of_steps, time), first), "a start in between changes nothing");
   }
-  return 0;
 }

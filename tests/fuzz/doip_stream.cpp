@@ -62,20 +62,15 @@ Bytes answers(Bytes const& stream, std::size_t piece) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  fuzz::Input input(data, size);
+void fuzz::check(Input input) {
   std::size_t const piece = input.u8() + std::size_t{1};
   auto const bytes = input.rest();
-  auto const whole = answers(bytes, bytes.size() + 1);
-  require(answers(bytes, piece) == whole && answers(bytes, 1) == whole, "pieces get the same answers");
-
+  same_in_pieces(bytes, piece, answers);
   doip::Udp_entity const entity({}, [] { return std::size_t{1}; });
   auto const datagram_answers = entity.answers(bytes, doip::Udp_entity::Cast::unicast);
   require(datagram_answers.size() <= bytes.size() / doip::Header::size, "a message has one answer at most");
   require(entity.answers(bytes, doip::Udp_entity::Cast::broadcast).size() <= datagram_answers.size(),
           "a broadcast has no more answers");
-  for (auto const& answer : datagram_answers) {
-    check_message(answer.message);
-  }
-  return 0;
+  std::for_each(datagram_answers.begin(), datagram_answers.end(),
+                [](auto const& answer) { check_message(answer.message); });
 }

@@ -8,10 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
-
-/// The entry of a fuzz target, called by the fuzzer or by replay.cpp.
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 namespace fuzz {
 
@@ -31,28 +30,54 @@ class Input {
   Input(std::uint8_t const* data, std::size_t size) noexcept : data_(data), size_(size) {}
 
   bool empty() const noexcept { return size_ == 0; }
-  std::uint8_t u8() {
-    Bytes const one = take(1);
-    return one.empty() ? std::uint8_t{0} : one.front();
-  }
-  /// At most `count` bytes, in memory of their own, so that reading beyond them is noticed.
-  Bytes take(std::size_t count) {
+  std::uint8_t u8() { return take(1, 1).front(); }
+  /// At most `count` bytes, filled up with zeros to `least`, in memory of their own, so that reading beyond them is
+  /// noticed.
+  Bytes take(std::size_t count, std::size_t least = 0) {
     std::size_t const part = std::min(count, size_);
     Bytes bytes(data_, data_ + part);
+    bytes.resize(std::max(part, least));
     data_ += part;
     size_ -= part;
     return bytes;
   }
   Bytes rest() { return take(size_); }
-  std::string text() {
-    Bytes const bytes = rest();
-    return {bytes.begin(), bytes.end()};
-  }
+  std::string text() { return {data_, data_ + size_}; }
 
  private:
   std::uint8_t const* data_;
   std::size_t size_;
 };
+
+/// What a target does with an input.
+void check(Input input);
+
+/// A regular file in memory, for readers that want a path or a descriptor.
+class Memory_file {
+ public:
+  template <typename Content>
+  explicit Memory_file(Content const& content) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
+    require(write(descriptor_, content.data(), content.size()) == static_cast<ssize_t>(content.size()),
+            "a file in memory takes the input");
+  }
+  ~Memory_file() { close(descriptor_); }
+  Memory_file(Memory_file const&) = delete;
+  Memory_file& operator=(Memory_file const&) = delete;
+
+  int descriptor() const noexcept { return descriptor_; }
+  std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+ private:
+  int descriptor_;
+};
+
+/// What becomes of a stream, which is the same in pieces of any size.
+template <typename Read>
+auto same_in_pieces(Bytes const& stream, std::size_t piece, Read const& read) {
+  auto const whole = read(stream, stream.size() + 1);
+  require(read(stream, piece) == whole && read(stream, 1) == whole, "pieces make no difference");
+  return whole;
+}
 
 /// Whether `text` stands on one line and steers no terminal.
 inline bool is_one_plain_line(std::string const& text) {

@@ -6,8 +6,7 @@
 #include "platform/src/log/console_line.h"
 #include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  fuzz::Input input(data, size);
+void fuzz::check(Input input) {
   auto const first = input.take(std::size_t{16} * input.u8());
   std::string const second = input.text();
   linux_platform::log::Console_line line;
@@ -19,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   fuzz::require(finished.find('\n') == finished.size() - 1, "a line ends once");
   fuzz::require(fuzz::is_one_plain_line(finished.substr(0, finished.size() - 1)), "a line steers no terminal");
   fuzz::require(linux_platform::com::is_utf8(finished), "a line is UTF-8");
-  return 0;
 }

@@ -8,7 +8,7 @@
 #include "platform/src/com/runtime/settings.h"
 #include "platform/src/per/settings.h"
 #include "platform/src/phm/checkpoint_window.h"
-#include "tests/fuzz/memory_file.h"
+#include "tests/fuzz/fuzz.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ bool succeeds(std::string const& path, Read const& read) {
 
 /// One letter for each part that can be read.
 std::string readable_parts(std::string const& text) {
-  fuzz::Memory_file const file(text.data(), text.size());
+  fuzz::Memory_file const file(text);
   std::string parts;
   auto const part = [&](char letter, auto const& read) {
     if (succeeds(file.path(), read)) {
@@ -61,11 +61,10 @@ std::string readable_parts(std::string const& text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  std::string const text = fuzz::Input(data, size).text();
+void fuzz::check(Input input) {
+  std::string const text = input.text();
   std::string const parts = readable_parts(text);
   if (!parts.empty()) {
     fuzz::require(readable_parts(nlohmann::json::parse(text).dump(1)) == parts, "another spelling means the same");
   }
-  return 0;
 }

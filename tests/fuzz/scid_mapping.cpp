@@ -9,11 +9,11 @@
 #include "flashwatch/config/file_reader.h"
 #include "machine/flashwatch_read/printable.h"
 #include "machine/flashwatch_read/scid_names.h"
-#include "tests/fuzz/memory_file.h"
+#include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  std::string const text = fuzz::Input(data, size).text();
-  fuzz::Memory_file const file(text.data(), text.size());
+void fuzz::check(Input input) {
+  std::string const text = input.text();
+  fuzz::Memory_file const file(text);
   orvel::flashwatch::diagnostics::Application_scid_converter const service(
       file.path(), std::make_unique<orvel::flashwatch::diagnostics::File_reader>());
   auto const tool = flashwatch_read::Scid_names::from_text(text, file.path());
@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   auto const document = nlohmann::json::parse(text, nullptr, false);
   if (!document.is_object() || document.count("mappings") == 0) {
     fuzz::require(!tool.usable(), "a file without mappings is not usable");
-    return 0;
+    return;
   }
   for (auto const& entry : document.at("mappings")) {
     if (!entry.is_object() || entry.count("app_name") == 0 || !entry.at("app_name").is_string()) {
@@ -38,5 +38,4 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       fuzz::require(fuzz::is_one_plain_line(flashwatch_read::printable(known)), "a name can be shown");
     }
   }
-  return 0;
 }

@@ -10,7 +10,7 @@
 #include "flashwatch/config/config_reader.h"
 #include "flashwatch/config/file_reader.h"
 #include "flashwatch/config/periodic_logging_conf.h"
-#include "tests/fuzz/memory_file.h"
+#include "tests/fuzz/fuzz.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ using namespace orvel::flashwatch::diagnostics;
 using Settings = std::tuple<std::string, boost::optional<std::string>, boost::optional<std::chrono::minutes>>;
 
 std::optional<Settings> read(std::string const& text) {
-  fuzz::Memory_file const file(text.data(), text.size());
+  fuzz::Memory_file const file(text);
   try {
     Config_reader const reader(file.path(), std::make_unique<File_reader>());
     return Settings{reader.get_pm_instance_id(), reader.get_own_instance_id(), reader.get_log_period()};
@@ -29,11 +29,11 @@ std::optional<Settings> read(std::string const& text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  std::string const text = fuzz::Input(data, size).text();
+void fuzz::check(Input input) {
+  std::string const text = input.text();
   auto const settings = read(text);
   if (!settings) {
-    return 0;
+    return;
   }
   auto const& [pm_instance, own_instance, log_period] = *settings;
   fuzz::require(!pm_instance.empty() && own_instance != std::string(), "no instance id is empty");
@@ -41,5 +41,4 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   fuzz::require(conf.get_period().count() >= 1 && conf.get_period().count() <= 1440, "a period is 1 to 1440 minutes");
   fuzz::require(conf.is_enabled() == (!log_period || log_period->count() > 0), "a period above 0 enables logging");
   fuzz::require(read(nlohmann::json::parse(text).dump(2)) == settings, "another spelling means the same");
-  return 0;
 }

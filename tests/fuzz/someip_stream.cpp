@@ -62,13 +62,11 @@ fuzz::Bytes cut(fuzz::Bytes const& stream, std::size_t piece, std::size_t limit)
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  fuzz::Input input(data, size);
+void fuzz::check(Input input) {
   std::size_t const piece = input.u8() + std::size_t{1};
   std::size_t const limit = Header::size + std::size_t{16} * input.u8();
   auto const stream = input.rest();
-  auto const whole = cut(stream, stream.size() + 1, limit);
-  require(cut(stream, piece, limit) == whole && cut(stream, 1, limit) == whole, "pieces give the same messages");
-  require(whole.size() <= stream.size() + 1, "nothing comes out that did not come in");
-  return 0;
+  auto const out =
+      same_in_pieces(stream, piece, [=](Bytes const& all, std::size_t size) { return cut(all, size, limit); });
+  require(out.size() <= stream.size() + 1, "nothing comes out that did not come in");
 }

@@ -5,6 +5,7 @@
 // record.
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include <nlohmann/json.hpp>
 
@@ -42,69 +43,59 @@ class Given_stream final : public Byte_stream_if {
   std::size_t piece_;
 };
 
-void append(Bytes& stream, Bytes const& message) { stream.insert(stream.end(), message.begin(), message.end()); }
-
 /// An entity's whole side of a reading of `record`.
 Bytes conversation_about(Bytes const& record) {
   namespace doip = machine::diagnostic_manager::doip;
-  auto const answer = [](Bytes const& response) {
-    return doip::diagnostic_message(2, settings.entity_address, settings.tester_address, response);
-  };
   Bytes response{0x62, 0x17, 0xF0};
-  append(response, record);
+  response.insert(response.end(), record.begin(), record.end());
   Bytes stream = doip::routing_activation_response(2, settings.tester_address, settings.entity_address,
                                                    doip::Activation_code::activated);
-  append(stream, answer(response));
-  append(stream, answer({0x62, 0x17, 0xF2, 0x01}));
+  for (Bytes const& said : {response, Bytes{0x62, 0x17, 0xF2, 0x01}}) {
+    auto const message = doip::diagnostic_message(2, settings.entity_address, settings.tester_address, said);
+    stream.insert(stream.end(), message.begin(), message.end());
+  }
   return stream;
 }
 
 void check_json(std::string const& text, Report const& report) {
   auto const applications = nlohmann::json::parse(text).at("applications");
-  require(applications.size() == report.entries.size(), "the JSON holds every application");
-  for (std::size_t i = 0; i < applications.size(); ++i) {
-    require(applications[i].at("scid") == report.entries[i].scid, "the JSON is exact");
-  }
+  require(std::equal(applications.begin(), applications.end(), report.entries.begin(), report.entries.end(),
+                     [](auto const& shown, Report_entry const& entry) { return shown.at("scid") == entry.scid; }),
+          "the JSON holds every application");
 }
 
 void check_plain_lines(std::string const& text) {
-  for (std::size_t begin = 0; begin < text.size();) {
-    auto const end = text.find('\n', begin);
-    require(end != std::string::npos, "the last line is ended");
-    require(fuzz::is_one_plain_line(text.substr(begin, end - begin)), "what is shown steers no terminal");
-    begin = end + 1;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    require(!lines.eof(), "the last line is ended");
+    require(fuzz::is_one_plain_line(line), "what is shown steers no terminal");
   }
 }
 
-/// What the entity said: a reading, or why there is none.
+/// What the entity said, as words and figures; why nothing, in one line.
 struct Said {
+  bool operator==(Said const& other) const { return error == other.error && figures == other.figures; }
   std::optional<Reading> reading;
   std::string error;
+  std::vector<std::uint64_t> figures;
 };
 
 Said listen(Bytes const& stream, std::size_t piece) {
+  Said said;
   try {
     Doip_session session(std::make_unique<Given_stream>(stream, piece), settings);
     session.activate_routing();
-    return {read_figures(session, settings), {}};
+    said.reading = read_figures(session, settings);
+    auto const& report = said.reading->report;
+    said.figures = {report.announced, report.left_over_bytes};
+    for (auto const& entry : report.entries) {
+      said.figures.insert(said.figures.end(), {entry.scid, entry.soft_limit, entry.total_write, entry.session_write});
+    }
   } catch (Read_error const& error) {
-    require(fuzz::is_one_plain_line(error.what()), "an error is one line");
-    return {std::nullopt, error.what()};
+    said.error = error.what();
+    require(fuzz::is_one_plain_line(said.error), "an error is one line");
   }
-}
-
-bool same(Said const& a, Said const& b) {
-  if (!a.reading || !b.reading) {
-    return a.error == b.error;
-  }
-  auto const& first = a.reading->report;
-  auto const& second = b.reading->report;
-  return first.announced == second.announced && first.left_over_bytes == second.left_over_bytes &&
-         std::equal(first.entries.begin(), first.entries.end(), second.entries.begin(), second.entries.end(),
-                    [](Report_entry const& one, Report_entry const& other) {
-                      return one.scid == other.scid && one.soft_limit == other.soft_limit &&
-                             one.total_write == other.total_write && one.session_write == other.session_write;
-                    });
+  return said;
 }
 
 void show(Reading const& reading, std::size_t width) {
@@ -122,17 +113,14 @@ void show(Reading const& reading, std::size_t width) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  fuzz::Input input(data, size);
+void fuzz::check(Input input) {
   unsigned const choice = input.u8();
   std::size_t const piece = input.u8() + std::size_t{1};
   auto const bytes = input.rest();
   auto const stream = (choice & 1U) != 0 ? bytes : conversation_about(bytes);
-  auto const said = listen(stream, stream.size() + 1);
-  require(same(listen(stream, piece), said) && same(listen(stream, 1), said), "pieces say the same");
+  auto const said = same_in_pieces(stream, piece, listen);
   // Showing takes a hundred times longer than reading.
   if (said.reading && (choice & 6U) == 0) {
     show(*said.reading, std::size_t{40} + choice / 2);
   }
-  return 0;
 }

@@ -93,13 +93,11 @@ class Conversation {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  fuzz::Input input(data, size);
+void fuzz::check(Input input) {
   Conversation conversation;
   while (!input.empty()) {
     unsigned const control = input.u8();
     conversation.ask(control, input.take(input.u8()));
   }
   conversation.end();
-  return 0;
 }

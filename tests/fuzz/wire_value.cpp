@@ -1,22 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef TESTS_FUZZ_WIRE_VALUE_H
-#define TESTS_FUZZ_WIRE_VALUE_H
-
+// What goes to and comes from the services, behind a byte that chooses the wire format and one that chooses the value:
+// the arguments and the result of either data identifier, or the answer to get_KVS_statistics.
 #include <optional>
 #include <stdexcept>
 
-#include "tarn/com/cpp_binding/deserializer.h"
-#include "tarn/com/cpp_binding/serializer.h"
+#include "halden/services/diag/d_17f0/dataidentifier_flashwatchreport.h"
+#include "halden/services/diag/d_17f2/dataidentifier_emmcbudgetexceedance.h"
+#include "halden/services/diag/meta_info.h"
+#include "orvel/persistency/statistics.h"
 #include "tests/fuzz/fuzz.h"
 
-namespace fuzz {
+namespace {
 
+using fuzz::Bytes;
+using fuzz::require;
 using tarn::com::cpp_binding::Deserializer;
 using tarn::com::cpp_binding::Serializer;
 using tarn::com::cpp_binding::Wire_format;
 
 /// A wire format from one byte: a bit for the encoding of texts, two each for the sizes of the length fields.
-inline Wire_format wire_format(unsigned choice) {
+Wire_format wire_format(unsigned choice) {
   constexpr std::size_t sizes[] = {4, 2, 1, 0};
   auto const size = [&](unsigned shift) { return sizes[(choice >> shift) & 3U]; };
   auto const strings = (choice & 1U) == 0 ? Wire_format{}.strings : tarn::com::cpp_binding::String_encoding::plain;
@@ -57,6 +60,21 @@ void check_wire_value(Bytes payload, Wire_format const& format, Read const& read
   require(!exact || rewritten(*once, format, read, write) == once, "what was written reads as what it was");
 }
 
-}  // namespace fuzz
+}  // namespace
 
-#endif
+void fuzz::check(Input input) {
+  namespace diag = halden::services::diag;
+  namespace per = orvel::persistency;
+  auto const format = wire_format(input.u8());
+  unsigned const value = input.u8() % 4;
+  auto const payload = input.rest();
+  if (value == 0) {
+    check_wire_value(payload, format, diag::read_meta_info, diag::write_meta_info);
+  } else if (value == 1) {
+    check_wire_value(payload, format, diag::d_17f0::read_read_output, diag::d_17f0::write_read_output);
+  } else if (value == 2) {
+    check_wire_value(payload, format, diag::d_17f2::read_read_output, diag::d_17f2::write_read_output);
+  } else {
+    check_wire_value(payload, format, per::read_kvs_statistics, per::write_kvs_statistics);
+  }
+}
