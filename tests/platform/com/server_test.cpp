@@ -184,6 +184,7 @@ TEST_F(AServer, KeepsNothingBackFromASlowReaderAndNothingFromOthers) {
     slow.send(request(flood_id, session));
     sessions.insert(session);
   }
+  slow.end_sending();
   Raw_peer other = client();
   EXPECT_TRUE(serves(other, 1));
   while (!sessions.empty()) {
@@ -191,6 +192,7 @@ TEST_F(AServer, KeepsNothingBackFromASlowReaderAndNothingFromOthers) {
     ASSERT_EQ(answer.size(), Header::size + 4 + flood_size);
     EXPECT_EQ(sessions.erase(read_header(answer.data()).session), 1U);
   }
+  EXPECT_TRUE(slow.at_end());
 }
 
 TEST_F(AServer, WithdrawnWaitsForRunningCallsAndLetsNoneIn) {

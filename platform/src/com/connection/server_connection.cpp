@@ -13,6 +13,12 @@ constexpr std::size_t most_held_back = 64UL * 1024;
 Server_connection::Server_connection(Tcp_stream stream, std::uint16_t port, std::string peer, Limits const& limits)
     : port_(port), peer_(std::move(peer)), stream_(std::move(stream)), input_(limits.message_bytes) {}
 
+void Server_connection::noticed(bool end) {
+  std::lock_guard<std::mutex> const lock(reading_);
+  drained_ = false;  // the sign may be for bytes behind the requests that are at hand
+  end_near_ = end_near_ || end;
+}
+
 Server_connection::Taken Server_connection::take(Header& header, std::vector<std::uint8_t>& payload, bool& more) {
   {
     std::lock_guard<std::mutex> const lock(writing_);
@@ -31,6 +37,7 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
         header = message.header;
         payload.assign(message.payload, message.payload + message.payload_size);
         more = !drained_ || input_.has_message();
+        ++running_;
         return Taken::request;
       case Frame_buffer::Result::broken:
         ended_ = true;
@@ -39,17 +46,23 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
         break;
     }
     if (ended_) {
-      return Taken::ended;
+      return over() ? Taken::ended : Taken::nothing;
     }
     Frame_buffer::Room const room = input_.room();
     Tcp_stream::Transfer const received = stream_.read(room.data, room.size);
     input_.filled(received.bytes);
-    drained_ = received.bytes < room.size;
+    drained_ = received.bytes < room.size && !end_near_;
     ended_ = received.ended || received.error;
     if (received.bytes == 0 && !ended_) {
       return Taken::nothing;
     }
   }
+}
+
+bool Server_connection::answered() {
+  std::lock_guard<std::mutex> const lock(reading_);
+  --running_;
+  return ended_;
 }
 
 bool Server_connection::write(std::vector<std::uint8_t> const& message, bool more) {
@@ -66,8 +79,23 @@ bool Server_connection::write(std::vector<std::uint8_t> const& message, bool mor
 }
 
 bool Server_connection::flush() {
+  {
+    std::lock_guard<std::mutex> const lock(writing_);
+    if (!flush_locked()) {
+      return false;
+    }
+  }
+  std::lock_guard<std::mutex> const lock(reading_);
+  return !over();
+}
+
+// Whether the peer ended its side and all answers are out, or never will be. The caller holds reading_.
+bool Server_connection::over() {
+  if (!ended_ || running_ > 0) {
+    return false;
+  }
   std::lock_guard<std::mutex> const lock(writing_);
-  return flush_locked();
+  return !flush_locked() || unsent_.empty();
 }
 
 bool Server_connection::flush_locked() {

@@ -27,16 +27,24 @@ class Server_connection final {
   /// `port` is the local port the peer has connected to, `peer` names it in messages to people.
   Server_connection(Tcp_stream stream, std::uint16_t port, std::string peer, Limits const& limits);
 
-  /// Takes the next request: its header, and its payload copied into `payload`. To be called whenever the network gives
-  /// a sign, and again as long as `more` says that something may be there without a further sign. `ended` when the
-  /// peer has gone or cannot be followed any further.
+  /// The network has given a sign, which take() has to follow. With `end` the peer's end has come, perhaps together
+  /// with its last bytes.
+  void noticed(bool end);
+
+  /// Takes the next request: its header, and its payload copied into `payload`. To be called after every sign, and
+  /// again as long as `more` says that something may be there without a further sign. `ended` when the peer has gone or
+  /// cannot be followed any further, and all that it asked is answered as far as it takes it.
   Taken take(Header& header, std::vector<std::uint8_t>& payload, bool& more);
+
+  /// To be called once for each request taken, after its answer was written. True when it has to be followed by take():
+  /// the peer ended its side meanwhile, and nobody else may be there to end ours.
+  bool answered();
 
   /// Writes a message as far as the peer takes it and keeps the rest until the network gives a sign. With `more` it may
   /// be held back, to go out together with the next. False when the connection is lost.
   bool write(std::vector<std::uint8_t> const& message, bool more);
 
-  /// Writes what is held back. False when the connection is lost.
+  /// Writes what is held back. False when the connection is lost, or that was the last the peer had asked for.
   bool flush();
 
   /// True for the first caller since help_came(): one sign at a time is enough.
@@ -49,6 +57,7 @@ class Server_connection final {
 
  private:
   bool flush_locked();
+  bool over();
 
   std::uint16_t const port_;
   std::string const peer_;
@@ -57,8 +66,10 @@ class Server_connection final {
 
   std::mutex reading_;  ///< guards what follows
   Frame_buffer input_;
-  bool drained_ = true;  ///< the last reading took all there was
+  bool drained_ = true;    ///< a reading since the last sign took all there was
+  bool end_near_ = false;  ///< what there is to read is followed by the peer's end
   bool ended_ = false;
+  std::size_t running_ = 0;  ///< requests taken and not yet answered
 
   std::mutex writing_;  ///< guards what follows
   std::vector<std::uint8_t> unsent_;

@@ -60,11 +60,11 @@ void Readiness::remove(int descriptor) noexcept {
   static_cast<void>(::epoll_ctl(epoll_, EPOLL_CTL_DEL, descriptor, nullptr));
 }
 
-std::optional<std::uint64_t> Readiness::wait() noexcept {
+std::optional<Readiness::Sign> Readiness::wait() noexcept {
   epoll_event event{};
   int const ready = ::epoll_wait(epoll_, &event, 1, -1);
-  std::uint64_t const id = event.data.u64;
-  return ready > 0 && id != end_id ? std::optional(id) : std::nullopt;
+  Sign const sign{event.data.u64, (event.events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0};
+  return ready > 0 && sign.id != end_id ? std::optional(sign) : std::nullopt;
 }
 
 void Readiness::end() noexcept {

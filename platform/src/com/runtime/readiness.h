@@ -12,6 +12,11 @@ namespace linux_platform::com {
 /// A sign is given once and to one thread. What happens to a connection while nobody waits is kept for the next wait.
 class Readiness final {
  public:
+  struct Sign {
+    std::uint64_t id;  ///< of the descriptor
+    bool end;          ///< the peer ended its side or the connection is lost; no further sign says so
+  };
+
   /// Throws std::system_error.
   Readiness();
   ~Readiness();
@@ -25,8 +30,8 @@ class Readiness final {
   /// No sign is given any more.
   void remove(int descriptor) noexcept;
 
-  /// Waits for a sign; the id of its descriptor. Nothing when end() was called, and sometimes for no reason.
-  std::optional<std::uint64_t> wait() noexcept;
+  /// Waits for a sign. Nothing when end() was called, and sometimes for no reason.
+  std::optional<Sign> wait() noexcept;
 
   /// wait() returns, now and ever after.
   void end() noexcept;

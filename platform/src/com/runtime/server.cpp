@@ -26,7 +26,7 @@ Server::Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& a
       watch_(
           io, [this] { flush_all(); }, [this] { return !workers_.has_leader() && workers_.promote(); }),
       workers_(
-          limits.worker_threads, [this](std::uint64_t id, Workspace& workspace) { serve(id, workspace); },
+          limits.worker_threads, [this](Readiness::Sign sign, Workspace& workspace) { serve(sign, workspace); },
           [this] { watch_.begun(); }) {}
 
 Server::~Server() { workers_.stop(); }
@@ -91,13 +91,15 @@ void Server::admit(Tcp_stream stream, std::uint16_t port, std::string peer) {
   }
 }
 
-void Server::serve(std::uint64_t id, Workspace& workspace) {
+void Server::serve(Readiness::Sign sign, Workspace& workspace) {
+  auto const id = sign.id;
   auto const served = connection(id);
   if (served == nullptr) {
     return;
   }
   served->help_came();
   try {
+    served->noticed(sign.end);
     if (!take_turn(*served, id, workspace)) {
       remove(id);
     }
@@ -126,6 +128,7 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
     if (!answer(served, workspace, more)) {
       return false;
     }
+    more = served.answered() || more;
     workspace.tidy();
   }
   if (more) {
@@ -172,9 +175,11 @@ bool Server::reply(Server_connection& connection, Workspace const& workspace, bo
 
 void Server::flush_all() {
   std::lock_guard<std::mutex> const lock(mutex_);
-  for (auto const& [id, connection] : connections_) {
-    // A loss shows when the connection is read.
-    static_cast<void>(connection->flush());
+  for (auto position = connections_.begin(); position != connections_.end();) {
+    auto const current = position++;
+    if (!current->second->flush()) {
+      end(current);
+    }
   }
 }
 
@@ -194,10 +199,14 @@ void Server::remove(std::uint64_t id) {
   std::lock_guard<std::mutex> const lock(mutex_);
   auto const position = connections_.find(id);
   if (position != connections_.end()) {
-    // It is closed when the last method that has still to answer on it lets go: the peer may only have ended its side.
-    workers_.readiness().remove(position->second->descriptor());
-    connections_.erase(position);
+    end(position);
   }
+}
+
+// The caller holds the mutex.
+void Server::end(Connections::iterator position) {
+  workers_.readiness().remove(position->second->descriptor());
+  connections_.erase(position);
 }
 
 }  // namespace linux_platform::com

@@ -46,10 +46,11 @@ class Server final {
   void stop_workers() noexcept { workers_.stop(); }
 
  private:
+  using Connections = std::map<std::uint64_t, std::shared_ptr<Server_connection>>;
   using Address = std::pair<std::uint16_t, std::uint16_t>;  ///< port and service id
 
   void admit(Tcp_stream stream, std::uint16_t port, std::string peer);
-  void serve(std::uint64_t id, Workspace& workspace);
+  void serve(Readiness::Sign sign, Workspace& workspace);
   bool take_turn(Server_connection& served, std::uint64_t id, Workspace& workspace);
   bool answer(Server_connection& connection, Workspace& workspace, bool more);
   bool reply(Server_connection& connection, Workspace const& workspace, bool more);
@@ -57,6 +58,7 @@ class Server final {
   std::shared_ptr<Server_connection> connection(std::uint64_t id);
   std::shared_ptr<Offered_service> service(Address const& address);
   void remove(std::uint64_t id);
+  void end(Connections::iterator position);
 
   boost::asio::io_context& io_;
   boost::asio::ip::address_v4 const address_;
@@ -65,7 +67,7 @@ class Server final {
 
   std::mutex mutex_;  ///< guards what follows
   std::map<Address, std::shared_ptr<Offered_service>> services_;
-  std::map<std::uint64_t, std::shared_ptr<Server_connection>> connections_;
+  Connections connections_;
   std::uint64_t last_id_ = 0;
   bool refusing_ = false;  ///< the limit of connections has been reached and that has been logged
 

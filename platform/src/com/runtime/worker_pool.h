@@ -27,8 +27,8 @@ namespace linux_platform::com {
 /// block all signals.
 class Worker_pool final {
  public:
-  /// Deals with the sign of the given id, on a worker; must not throw.
-  using Serve = std::function<void(std::uint64_t id, Workspace& workspace)>;
+  /// Deals with a sign, on a worker; must not throw.
+  using Serve = std::function<void(Readiness::Sign sign, Workspace& workspace)>;
   /// Called by a worker that has just given up the lead.
   using Left_alone = std::function<void()>;
 
