@@ -99,6 +99,7 @@ TEST_F(AServer, AnswersWhateverBecomesOfACallAndServesOn) {
            {"any other exception", "60010003 00000009 00420004 01010000 FF", "60010003 00000008 00420004 01018101"},
            {"fire and forget of nothing", "60090001 00000008 00420001 01010100", ""},
            {"event, then version", "60018001 00000008 00000001 02010000", ""},
+           {"malformed error", "60010001 0000000A 00420002 01010005 0000", ""},
            {"error for an error", "60017777 00000008 00420001 01010005", ""}}) {
     peer.send(bytes_of(sent));
     if (!answered.empty()) {

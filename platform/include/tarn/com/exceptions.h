@@ -16,7 +16,7 @@ class Transport_exception : public std::exception {
   Transport_exception(std::uint8_t error_code, std::string text) : text_(std::move(text)), error_code_(error_code) {}
 
   char const* what() const noexcept override { return text_.c_str(); }
-  /// The SOME/IP return code that fits the failure best, 0x01 to 0x1F.
+  /// The SOME/IP return code that fits the failure best, never 0: 0x01 to 0x1F, or whatever else the peer has sent.
   std::uint8_t error_code() const noexcept { return error_code_; }
 
  private:

@@ -59,9 +59,9 @@ class Client_link final {
   bool idle() const { return outstanding_.empty() && !reading_; }
   std::optional<std::uint16_t> enter(Client_request& request);
   void remove_expired(std::vector<Client_request>& expired);
-  bool write(std::uint8_t const* data, std::size_t size, Clock::time_point deadline);
+  void write(std::vector<std::uint8_t> const& message, Clock::time_point deadline);
   void read_until(Clock::time_point limit);
-  void take_messages();
+  bool take_messages();
   void take(Message_view const& answer);
   Client_request extract(Requests::iterator position);
   void wake_next_reader();

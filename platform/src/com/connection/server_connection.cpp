@@ -7,6 +7,8 @@ namespace linux_platform::com {
 namespace {
 
 constexpr std::size_t most_held_back = 64UL * 1024;
+// A peer that sends nothing of use lets the others have their turn.
+constexpr int reads_per_take = 16;
 
 }  // namespace
 
@@ -20,6 +22,7 @@ void Server_connection::noticed(bool end) {
 }
 
 Server_connection::Taken Server_connection::take(Header& header, std::vector<std::uint8_t>& payload, bool& more) {
+  more = false;
   {
     std::lock_guard<std::mutex> const lock(writing_);
     if (refused_ && !flush_locked()) {
@@ -30,7 +33,7 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
     }
   }
   std::lock_guard<std::mutex> const lock(reading_);
-  for (;;) {
+  for (int reads = 0; reads < reads_per_take && !ended_; ++reads) {
     Message_view message;
     switch (input_.next(message)) {
       case Frame_buffer::Result::message:
@@ -41,12 +44,10 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
         return Taken::request;
       case Frame_buffer::Result::broken:
         ended_ = true;
-        break;
+        more = true;
+        return Taken::broken;
       case Frame_buffer::Result::need_more:
         break;
-    }
-    if (ended_) {
-      return over() ? Taken::ended : Taken::nothing;
     }
     Frame_buffer::Room const room = input_.room();
     Tcp_stream::Transfer const received = stream_.read(room.data, room.size);
@@ -57,10 +58,12 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
       return Taken::nothing;
     }
   }
+  more = !ended_;
+  std::lock_guard<std::mutex> const lock_written(writing_);
+  return !flush_locked() || over() ? Taken::ended : Taken::nothing;
 }
 
-bool Server_connection::answered() {
-  std::lock_guard<std::mutex> const lock(reading_);
+bool Server_connection::answered() noexcept {
   --running_;
   return ended_;
 }
@@ -79,24 +82,12 @@ bool Server_connection::write(std::vector<std::uint8_t> const& message, bool mor
 }
 
 bool Server_connection::flush() {
-  {
-    std::lock_guard<std::mutex> const lock(writing_);
-    if (!flush_locked()) {
-      return false;
-    }
-  }
-  std::lock_guard<std::mutex> const lock(reading_);
-  return !over();
+  std::lock_guard<std::mutex> const lock(writing_);
+  return flush_locked() && !over();
 }
 
-// Whether the peer ended its side and all answers are out, or never will be. The caller holds reading_.
-bool Server_connection::over() {
-  if (!ended_ || running_ > 0) {
-    return false;
-  }
-  std::lock_guard<std::mutex> const lock(writing_);
-  return !flush_locked() || unsent_.empty();
-}
+// Whether nothing more will come and all answers are out. The caller holds writing_.
+bool Server_connection::over() const noexcept { return ended_ && running_ == 0 && unsent_.empty(); }
 
 bool Server_connection::flush_locked() {
   while (sent_ < unsent_.size()) {

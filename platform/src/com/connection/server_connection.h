@@ -22,7 +22,7 @@ namespace linux_platform::com {
 /// bounded by the answers of the methods that are running, and the rest is its own kernel's to keep.
 class Server_connection final {
  public:
-  enum class Taken : std::uint8_t { request, nothing, ended };
+  enum class Taken : std::uint8_t { request, nothing, broken, ended };
 
   /// `port` is the local port the peer has connected to, `peer` names it in messages to people.
   Server_connection(Tcp_stream stream, std::uint16_t port, std::string peer, Limits const& limits);
@@ -32,13 +32,14 @@ class Server_connection final {
   void noticed(bool end);
 
   /// Takes the next request: its header, and its payload copied into `payload`. To be called after every sign, and
-  /// again as long as `more` says that something may be there without a further sign. `ended` when the peer has gone or
-  /// cannot be followed any further, and all that it asked is answered as far as it takes it.
+  /// again as long as `more` says that something may be there without a further sign. `broken`, once, when the peer's
+  /// bytes cannot be followed any further. `ended` when nothing more will come from it, and all that it asked is
+  /// answered as far as it takes it.
   Taken take(Header& header, std::vector<std::uint8_t>& payload, bool& more);
 
   /// To be called once for each request taken, after its answer was written. True when it has to be followed by take():
   /// the peer ended its side meanwhile, and nobody else may be there to end ours.
-  bool answered();
+  bool answered() noexcept;
 
   /// Writes a message as far as the peer takes it and keeps the rest until the network gives a sign. With `more` it may
   /// be held back, to go out together with the next. False when the connection is lost.
@@ -57,19 +58,19 @@ class Server_connection final {
 
  private:
   bool flush_locked();
-  bool over();
+  bool over() const noexcept;
 
   std::uint16_t const port_;
   std::string const peer_;
   Tcp_stream stream_;
   std::atomic<bool> help_called_{false};
+  std::atomic<bool> ended_{false};       ///< set when the last request has been taken
+  std::atomic<std::size_t> running_{0};  ///< requests taken and not yet answered
 
   std::mutex reading_;  ///< guards what follows
   Frame_buffer input_;
   bool drained_ = true;    ///< a reading since the last sign took all there was
   bool end_near_ = false;  ///< what there is to read is followed by the peer's end
-  bool ended_ = false;
-  std::size_t running_ = 0;  ///< requests taken and not yet answered
 
   std::mutex writing_;  ///< guards what follows
   std::vector<std::uint8_t> unsent_;

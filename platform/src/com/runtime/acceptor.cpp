@@ -17,8 +17,8 @@ constexpr std::chrono::milliseconds pause_after_failure{100};
 
 }  // namespace
 
-Acceptor::Acceptor(asio::io_context& io, tcp::endpoint const& endpoint, Accepted accepted)
-    : acceptor_(io, endpoint, true), pause_(io), accepted_(std::move(accepted)) {}
+Acceptor::Acceptor(asio::io_context& io, tcp::endpoint const& endpoint, Accepted accepted, Limited_warnings& warnings)
+    : acceptor_(io, endpoint, true), pause_(io), accepted_(std::move(accepted)), warnings_(warnings) {}
 
 void Acceptor::accept_next() {
   acceptor_.async_accept([weak = weak_from_this()](boost::system::error_code const& error, tcp::socket socket) {
@@ -27,6 +27,9 @@ void Acceptor::accept_next() {
       return;
     }
     if (error) {
+      auto const here = self->acceptor_.local_endpoint();
+      self->warnings_.warn("Cannot accept connections at " + here.address().to_string() + ":" +
+                           std::to_string(here.port()) + ": " + error.message());
       self->pause();
       return;
     }

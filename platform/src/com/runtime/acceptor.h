@@ -11,6 +11,7 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include "platform/src/com/connection/tcp_stream.h"
+#include "platform/src/com/runtime/limited_warnings.h"
 
 namespace linux_platform::com {
 
@@ -20,8 +21,10 @@ class Acceptor final : public std::enable_shared_from_this<Acceptor> {
   /// Called for each connection; `peer` is its address and port for people to read.
   using Accepted = std::function<void(Tcp_stream stream, std::string peer)>;
 
-  /// Listens; accepts from start() on. Throws boost::system::system_error when the endpoint cannot be had.
-  Acceptor(boost::asio::io_context& io, boost::asio::ip::tcp::endpoint const& endpoint, Accepted accepted);
+  /// Listens; accepts from start() on. Throws boost::system::system_error when the endpoint cannot be had. `warnings`
+  /// outlives the acceptor.
+  Acceptor(boost::asio::io_context& io, boost::asio::ip::tcp::endpoint const& endpoint, Accepted accepted,
+           Limited_warnings& warnings);
   void start() { accept_next(); }
 
  private:
@@ -32,6 +35,7 @@ class Acceptor final : public std::enable_shared_from_this<Acceptor> {
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
   Accepted const accepted_;
+  Limited_warnings& warnings_;
 };
 
 }  // namespace linux_platform::com

@@ -50,6 +50,11 @@ bool Offered_service::run(Header const& request, std::vector<std::uint8_t> const
     return false;
   }
   Header header = run_method(request, payload, answer);
+  // What already carries an error is not answered with another.
+  if (header.code == Return_code::malformed_message && request.code != Return_code::ok) {
+    answer.clear();
+    return true;
+  }
   if (answer.size() > message_limit) {
     answer.resize(Header::size);
     header = reply_header(request, Message_type::error, Return_code::not_ok);

@@ -42,7 +42,8 @@ class Offered_service final {
   void close();
 
   /// Runs a method that it has and writes the whole answer, header included, to `answer`. An answer longer than
-  /// `message_limit` becomes E_NOT_OK. False, and nothing done, when the service is closed.
+  /// `message_limit` becomes E_NOT_OK; an empty one is not to be sent. False, and nothing done, when the service is
+  /// closed.
   bool run(Header const& request, std::vector<std::uint8_t> const& payload, std::size_t message_limit,
            std::vector<std::uint8_t>& answer);
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/com/runtime/remote_services.h"
 
+#include <utility>
+
 #include "platform/src/com/runtime/comm_log.h"
 
 namespace linux_platform::com {
@@ -50,8 +52,13 @@ void Remote_services::close() {
 
 void Remote_services::on_available(Service_key const& key, Endpoint const& endpoint) {
   std::lock_guard<std::mutex> const lock(mutex_);
-  if (!closed_) {
-    offers_[identity(key)] = endpoint;
+  if (closed_) {
+    return;
+  }
+  auto const [offer, is_new] = offers_.emplace(identity(key), endpoint);
+  if (!is_new) {
+    Endpoint const before = std::exchange(offer->second, endpoint);
+    let_go(address(before));
   }
 }
 
@@ -63,13 +70,17 @@ void Remote_services::on_unavailable(Service_key const& key) {
   }
   Address const where = address(offer->second);
   offers_.erase(offer);
+  let_go(where);
+}
+
+// Unless something is still offered there, requests on their way may be answered and the connection ends with the last
+// of them. The caller holds the mutex.
+void Remote_services::let_go(Address const& where) {
   for (auto const& [other, endpoint] : offers_) {
     if (address(endpoint) == where) {
       return;
     }
   }
-  // Nothing is offered at that endpoint any more. Requests on their way may still be answered; the connection ends
-  // with the last of them.
   connections_.erase(where);
 }
 

@@ -45,6 +45,7 @@ class Remote_services final : public Discovery_listener_if {
   using Address = std::pair<std::uint32_t, std::uint16_t>;                  ///< IPv4 address and port
 
   static Identity identity(Service_key const& key) { return {key.service, key.major, key.instance}; }
+  void let_go(Address const& where);
   static Address address(Endpoint const& endpoint) { return {endpoint.address.to_uint(), endpoint.port}; }
 
   boost::asio::ip::address_v4 const local_;

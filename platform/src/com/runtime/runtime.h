@@ -58,7 +58,8 @@ class Runtime final {
       std::unique_ptr<tarn::com::cpp_binding::Reply_if> reply);
 
   /// Withdraws all, fails outstanding requests, ends the threads. Idempotent. Requests of running methods have been
-  /// failed by then, so it takes as long as those methods take without them. Not to be called from a method.
+  /// failed by then, so it takes as long as those methods take without them; a connection that a method is just making
+  /// takes until its response time limit at most. Not to be called from a method.
   void stop() noexcept;
 
  private:

@@ -9,7 +9,6 @@
 #include <boost/system/system_error.hpp>
 
 #include "platform/src/com/message/request_check.h"
-#include "platform/src/com/runtime/comm_log.h"
 
 namespace linux_platform::com {
 namespace {
@@ -24,7 +23,11 @@ Server::Server(boost::asio::io_context& io, boost::asio::ip::address_v4 const& a
       address_(address),
       limits_(limits),
       watch_(
-          io, [this] { flush_all(); }, [this] { return !workers_.has_leader() && workers_.promote(); }),
+          io, [this] { flush_all(); },
+          [this] {
+            ++stalls_;
+            return !workers_.has_leader() && workers_.promote();
+          }),
       workers_(
           limits.worker_threads, [this](Readiness::Sign sign, Workspace& workspace) { serve(sign, workspace); },
           [this] { watch_.begun(); }) {}
@@ -44,7 +47,8 @@ void Server::open(std::shared_ptr<Offered_service> const& service) {
     try {
       auto const acceptor = std::make_shared<Acceptor>(
           io_, boost::asio::ip::tcp::endpoint(address_, port),
-          [this, port](Tcp_stream stream, std::string peer) { admit(std::move(stream), port, std::move(peer)); });
+          [this, port](Tcp_stream stream, std::string peer) { admit(std::move(stream), port, std::move(peer)); },
+          warnings_);
       acceptor->start();
       acceptors_[port] = acceptor;
     } catch (boost::system::system_error const& error) {
@@ -73,20 +77,17 @@ void Server::close_ports() {
 void Server::admit(Tcp_stream stream, std::uint16_t port, std::string peer) {
   std::lock_guard<std::mutex> const lock(mutex_);
   if (connections_.size() >= limits_.connections) {
-    if (!std::exchange(refusing_, true)) {
-      comm_log().LogWarn() << "Limit of connections reached, refusing" << peer
-                           << "and others, limit:" << limits_.connections;
-    }
+    warnings_.warn("Refused " + peer + ": the limit of " + std::to_string(limits_.connections) +
+                   " connections is reached");
     return;
   }
-  refusing_ = false;
   std::uint64_t const id = ++last_id_;
   auto const added =
       connections_.emplace(id, std::make_shared<Server_connection>(std::move(stream), port, std::move(peer), limits_));
   try {
     workers_.readiness().add(added.first->second->descriptor(), id);
   } catch (std::system_error const& error) {
-    comm_log().LogWarn() << "Connection of" << added.first->second->peer() << "cannot be served:" << error.what();
+    warnings_.warn("Refused " + added.first->second->peer() + ": " + error.what());
     connections_.erase(added.first);
   }
 }
@@ -104,22 +105,28 @@ void Server::serve(Readiness::Sign sign, Workspace& workspace) {
       remove(id);
     }
   } catch (std::exception const& error) {
-    comm_log().LogWarn() << "Connection of" << served->peer() << "is given up:" << error.what();
+    warnings_.warn("Gave up " + served->peer() + ": " + error.what());
     remove(id);
   }
 }
 
-// False when the connection has ended.
+// False when the connection has ended. A turn is over early when a method was slow: whoever has come meanwhile is not
+// to wait for another one.
 bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& workspace) {
+  unsigned const stalls = stalls_;
   bool more = true;
-  for (int turn = 0; more && turn < requests_per_turn; ++turn) {
-    switch (served.take(workspace.header, workspace.payload, more)) {
-      case Server_connection::Taken::nothing:
-        return served.flush();
-      case Server_connection::Taken::ended:
-        return false;
-      case Server_connection::Taken::request:
-        break;
+  for (int turn = 0; more && turn < requests_per_turn && stalls == stalls_; ++turn) {
+    auto const taken = served.take(workspace.header, workspace.payload, more);
+    if (taken == Server_connection::Taken::ended) {
+      return false;
+    }
+    if (taken == Server_connection::Taken::nothing) {
+      break;
+    }
+    if (taken == Server_connection::Taken::broken) {
+      warnings_.warn("Gave up " + served.peer() + ": the length of its message is below 8 or beyond the limit of " +
+                     std::to_string(limits_.message_bytes) + " bytes");
+      continue;
     }
     // What has been read already is not seen by the kernel, so the next leader has to be told of it.
     if (more && served.needs_help()) {
@@ -153,7 +160,7 @@ bool Server::answer(Server_connection& connection, Workspace& workspace, bool mo
   }
   switch (verdict.kind) {
     case Request_verdict::Kind::serve:
-      return reply(connection, workspace, more);
+      return workspace.answer.empty() || reply(connection, workspace, more);
     case Request_verdict::Kind::answer_with_error:
       workspace.answer.resize(Header::size);
       write_header(workspace.answer.data(), reply_header(request, Message_type::error, verdict.error), 0);
@@ -167,10 +174,11 @@ bool Server::answer(Server_connection& connection, Workspace& workspace, bool mo
 // While more requests are at hand their answers go out together. What is held back waits for no method: the watch
 // sends it with its next tick.
 bool Server::reply(Server_connection& connection, Workspace const& workspace, bool more) {
+  bool const good = connection.write(workspace.answer, more);
   if (more) {
     watch_.begun();
   }
-  return connection.write(workspace.answer, more);
+  return good;
 }
 
 void Server::flush_all() {

@@ -2,6 +2,7 @@
 #ifndef PLATFORM_SRC_COM_RUNTIME_SERVER_H
 #define PLATFORM_SRC_COM_RUNTIME_SERVER_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -16,6 +17,7 @@
 #include "platform/src/com/connection/limits.h"
 #include "platform/src/com/connection/server_connection.h"
 #include "platform/src/com/runtime/acceptor.h"
+#include "platform/src/com/runtime/limited_warnings.h"
 #include "platform/src/com/runtime/offered_service.h"
 #include "platform/src/com/runtime/stall_watch.h"
 #include "platform/src/com/runtime/worker_pool.h"
@@ -63,16 +65,17 @@ class Server final {
   boost::asio::io_context& io_;
   boost::asio::ip::address_v4 const address_;
   Limits const limits_;
+  Limited_warnings warnings_;
   std::map<std::uint16_t, std::shared_ptr<Acceptor>> acceptors_;  ///< by port; touched on the thread of io_ only
 
   std::mutex mutex_;  ///< guards what follows
   std::map<Address, std::shared_ptr<Offered_service>> services_;
   Connections connections_;
   std::uint64_t last_id_ = 0;
-  bool refusing_ = false;  ///< the limit of connections has been reached and that has been logged
 
-  Stall_watch watch_;    ///< sees to it that a slow method keeps neither requests nor answers waiting
-  Worker_pool workers_;  ///< last, so that its threads end first
+  std::atomic<unsigned> stalls_{0};  ///< how often a method was found to be slow
+  Stall_watch watch_;                ///< sees to it that a slow method keeps neither requests nor answers waiting
+  Worker_pool workers_;              ///< last, so that its threads end first
 };
 
 }  // namespace linux_platform::com
