@@ -84,7 +84,7 @@ endmacro()
 
 flashwatch_add_package(service flashwatch SECTION admin
   SUMMARY "watcher of what applications write to flash"
-  DESCRIPTION "Holds every application of the machine against a yearly budget of bytes written through\nthe key-value storage, logs the figures and lets a tester read them."
+  DESCRIPTION "Holds every application of the machine against a yearly budget of bytes written\nthrough the key-value storage, logs the figures and lets a tester read them."
   DEPENDS "flashwatch-platform (= ${PROJECT_VERSION}), passwd"
   CONFIGURATION /etc/flashwatch.json /etc/scid_mapping.json
   USERS flashwatch UNITS flashwatch.service STATE /var/lib/ara/per/flashwatch /run/ara/per/flashwatch)
