@@ -60,15 +60,12 @@ void LogStream::Flush() noexcept {
   }
 }
 
-void LogStream::append_bool(bool value) noexcept { insert(this, value ? "true" : "false"); }
 void LogStream::append_signed(std::int64_t value, std::size_t width) noexcept {
   insert(this, "i" + std::to_string(8 * width) + ":" + std::to_string(value));
 }
 void LogStream::append_unsigned(std::uint64_t value, std::size_t width) noexcept {
   insert(this, "u" + std::to_string(8 * width) + ":" + std::to_string(value));
 }
-void LogStream::append_float(float value) noexcept { insert(this, "float:" + std::to_string(value)); }
-void LogStream::append_double(double value) noexcept { insert(this, "double:" + std::to_string(value)); }
 void LogStream::append_text(std::string_view text) noexcept { insert(this, "'" + std::string(text) + "'"); }
 
 }  // namespace ara::log

@@ -34,23 +34,14 @@ void KeyValueStorageBase::SetValue(std::string const& key, KvsType const& value)
 
 void KeyValueStorageBase::SyncToStorage() { script::call("per.SyncToStorage"); }
 
-KvsType::KvsType(Content content) noexcept : content_(std::move(content)) {}
 KvsType::KvsType(void const* data, std::size_t size)
     : content_(std::vector<std::uint8_t>(static_cast<std::uint8_t const*>(data),
                                          static_cast<std::uint8_t const*>(data) + size)) {}
-KvsType::KvsType(std::string text) : content_(std::move(text)) {}
 
-KvsType KvsType::damaged(std::string finding) { return KvsType(Content(Damage{std::move(finding)})); }
-
-std::vector<std::uint8_t> KvsType::GetBinary() const {
-  if (auto const* damage = std::get_if<Damage>(&content_)) {
-    throw ExceptionPhysicalStorageError(damage->finding);
-  }
-  auto const* bytes = std::get_if<std::vector<std::uint8_t>>(&content_);
-  return bytes != nullptr ? *bytes : throw ExceptionLogicError("not binary");
-}
+std::vector<std::uint8_t> KvsType::GetBinary() const { return std::get<std::vector<std::uint8_t>>(content_); }
 
 void KvsType::GetBinary(void* buffer, std::size_t size) const {
+  script::call("per.GetBinary");
   auto const bytes = GetBinary();
   if (bytes.size() != size) {
     throw ExceptionLogicError("another size");

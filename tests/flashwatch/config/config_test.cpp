@@ -142,6 +142,9 @@ debug 'Application ID:' 'nav' 'SCID:' u64:4660
                   bad_entry(wrong_type + "string, but is number") + bad_entry(wrong_type + "number, but is string") +
                   bad_entry(wrong_type + "number, but is boolean") + loaded +
                   "debug 'Application ID:' 'nav' 'SCID:' u64:1\n"},
+             {R"({"mappings": {"x": {"app_name": "nav", "scid": 1}}})",
+              loaded + "debug 'Application ID:' 'nav' 'SCID:' u64:1\n"},
+             {R"({"mappings": 5})", bad_entry("[json.exception.type_error.304] cannot use at() with number") + loaded},
              {R"({"mappings": null})", loaded},
              {"{}", bad_file(no_key + "mappings' not found") + loaded},
              {"[]", bad_file("[json.exception.type_error.304] cannot use at() with array") + loaded},
