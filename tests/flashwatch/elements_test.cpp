@@ -31,7 +31,6 @@ TEST(ARetryPolicy, SleepsOnceInTheSearchAndNeverInAPeriodBelowOneMinute) {
 TEST(APersistentStorage, FlushesAtEverySyncAfterAWrite) {
   script::reset();
   Persistent_storage storage;
-  storage.sync_to_storage();
   storage.create("nav", {});
   storage.sync_to_storage();
   storage.sync_to_storage();
