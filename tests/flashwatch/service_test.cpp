@@ -46,7 +46,7 @@ std::string File_reader::get_content(std::string const& path) const {
 
 namespace {
 
-void apply(json const& effects);
+void apply(json const& given);
 
 /// Each application is its id and eight figures: read, write, setvalue of the session and in total, both limits.
 void serve(json const& applications) {
