@@ -33,12 +33,7 @@ void take(std::optional<Node> const& node, std::string_view name, Milliseconds& 
 }
 
 boost::asio::ip::address_v4 read_address(Node const& node) {
-  boost::system::error_code error;
-  auto address = boost::asio::ip::make_address_v4(node.text(), error);
-  if (error) {
-    node.refuse("is no IPv4 address");
-  }
-  return address;
+  return boost::asio::ip::address_v4(node.ipv4_address("address", 0, 0xFFFFFFFF));
 }
 
 void read_identity(Node const& node, Settings& settings) {

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/src/manifest/machine_manifest.h"
 
-#include <arpa/inet.h>
 #include <cstdint>
 #include <map>
-#include <netinet/in.h>
 #include <optional>
 #include <utility>
 
@@ -17,6 +15,9 @@ namespace linux_platform::manifest {
 
 namespace {
 
+constexpr std::uint32_t first_unicast_address = 0x01000000;  // 1.0.0.0
+constexpr std::uint32_t last_unicast_address = 0xDFFFFFFF;   // 223.255.255.255
+
 Node root_of(std::string const& file) {
   auto document = read_document(file);
   nlohmann::json const& value = *document;
@@ -25,26 +26,13 @@ Node root_of(std::string const& file) {
   return root;
 }
 
-/// In host byte order.
-std::uint32_t unicast_address(Node const& node) {
-  std::string const text = node.text();
-  in_addr address{};
-  // A NUL inside the text would hide what follows it from inet_pton.
-  if (text.find('\0') == std::string::npos && inet_pton(AF_INET, text.c_str(), &address) == 1) {
-    std::uint32_t const value = ntohl(address.s_addr);
-    if ((value >> 24U) != 0 && (value >> 28U) < 0xEU) {
-      return value;
-    }
-  }
-  node.refuse("must be an IPv4 unicast address, but is the text " + in_quotes(text));
-}
-
 void check_processes(Node const& processes) {
   std::map<std::uint32_t, std::string> owners;
   for (auto const& [name, entry] : processes.members()) {
     entry.allow_only({"address", "application_id"});
     Node const address = entry.member("address");
-    auto const [owner, is_new] = owners.emplace(unicast_address(address), name);
+    auto const [owner, is_new] =
+        owners.emplace(address.ipv4_address("unicast address", first_unicast_address, last_unicast_address), name);
     if (!is_new) {
       address.refuse("is " + address.text() + ", which process " + in_quotes(owner->second) +
                      " has already: every process needs an address of its own");

@@ -2,6 +2,8 @@
 #include "platform/src/manifest/node.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
+#include <netinet/in.h>
 
 #include <nlohmann/json.hpp>
 
@@ -127,6 +129,19 @@ std::uint64_t Node::number(std::uint64_t min, std::uint64_t max) const {
 std::chrono::milliseconds Node::milliseconds(std::chrono::milliseconds min, std::chrono::milliseconds max) const {
   std::uint64_t const count = number(static_cast<std::uint64_t>(min.count()), static_cast<std::uint64_t>(max.count()));
   return std::chrono::milliseconds(static_cast<std::chrono::milliseconds::rep>(count));
+}
+
+std::uint32_t Node::ipv4_address(std::string_view kind, std::uint32_t min, std::uint32_t max) const {
+  std::string const address = text();
+  in_addr parsed{};
+  // A NUL inside the text would hide what follows it from inet_pton.
+  if (address.find('\0') == std::string::npos && inet_pton(AF_INET, address.c_str(), &parsed) == 1) {
+    std::uint32_t const value = ntohl(parsed.s_addr);
+    if (min <= value && value <= max) {
+      return value;
+    }
+  }
+  refuse("must be an IPv4 " + std::string(kind) + ", but is " + description(*value_));
 }
 
 }  // namespace linux_platform::manifest

@@ -49,6 +49,9 @@ class Node {
   /// A number of milliseconds within [min, max].
   std::chrono::milliseconds milliseconds(std::chrono::milliseconds min, std::chrono::milliseconds max) const;
 
+  /// The text of an IPv4 address within [min, max], which `kind` calls by a name; all in host byte order.
+  std::uint32_t ipv4_address(std::string_view kind, std::uint32_t min, std::uint32_t max) const;
+
   /// Throws Manifest_error for this value with what is wrong with it.
   [[noreturn]] void refuse(std::string const& what) const;
 

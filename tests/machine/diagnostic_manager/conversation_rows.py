@@ -172,8 +172,8 @@ def strict(programs):
 
 # What stands in the manifest, and the words of the refusal beside the member's name.
 WRONG = [({"vin": "flashwatch0000001"}, ""), ({"eid": "02-00-00-00-00-01"}, ""), ({"logical_address": 4095}, ""),
-         ({"address": "192.0.2.1"}, "192.0.2.1:13400"), ({"testers": 0}, ""), ({"testers": 256}, ""),
-         ({"tester_addresses": {"first": 3712, "last": 3711}}, ".last"),
+         ({"address": "192.0.2.1"}, "192.0.2.1:13400"), ({"address": "127.0.0.1\0x"}, "must be an IPv4"),
+         ({"testers": 0}, ""), ({"testers": 256}, ""), ({"tester_addresses": {"first": 3712, "last": 3711}}, ".last"),
          ({"activation_types": {"256": "open"}}, ".256"), ({"activation_types": {"0": "shut"}}, ".0"),
          ({"timers": {"p2_ms": 65536}}, ".p2_ms"),
          ({"timers": {"p3_ms": 1}}, "p3_ms"), ({"limits": {"outgoing_queue_bytes": 4000}}, "diagnostics.limits"),

@@ -17,6 +17,8 @@ constexpr milliseconds max_delay{60'000};
 constexpr std::uint64_t max_repetitions = 10;
 constexpr std::uint64_t max_ttl_s = 0xFFFFFF;  // 24 bits; this one means: until this node starts anew
 constexpr milliseconds max_cycle{3'600'000};
+constexpr std::uint32_t first_multicast_address = 0xE0000000;  // 224.0.0.0
+constexpr std::uint32_t last_multicast_address = 0xEFFFFFFF;   // 239.255.255.255
 
 void read_delay(Node const& discovery, char const* name, milliseconds min, milliseconds max, milliseconds& value) {
   if (auto const node = discovery.find(name)) {
@@ -33,12 +35,9 @@ void read_range(Node const& discovery, std::string const& stem, milliseconds& mi
 }
 
 void read_network(Node const& discovery, Discovery_settings& settings) {
-  boost::system::error_code wrong;
   if (auto const node = discovery.find("group")) {
-    settings.group = boost::asio::ip::make_address_v4(node->text(), wrong);
-    if (wrong || !settings.group.is_multicast()) {
-      node->refuse(manifest::in_quotes(node->text()) + " is not an IPv4 multicast address");
-    }
+    settings.group = boost::asio::ip::address_v4{
+        node->ipv4_address("multicast address", first_multicast_address, last_multicast_address)};
   }
   if (auto const node = discovery.find("port")) {
     settings.port = static_cast<std::uint16_t>(node->number(1, 0xFFFF));
@@ -47,8 +46,10 @@ void read_network(Node const& discovery, Discovery_settings& settings) {
     settings.loopback_endpoints = node->boolean();
   }
   if (auto const node = discovery.find("endpoint_network")) {
+    boost::system::error_code wrong;
     settings.endpoint_network = boost::asio::ip::make_network_v4(node->text(), wrong);
-    if (wrong) {
+    // Written again it tells whether all of the text was read, and no digit was lost: a length of 2^32 would be 0.
+    if (wrong || settings.endpoint_network->to_string() != node->text()) {
       node->refuse(manifest::in_quotes(node->text()) + " is not an IPv4 network such as 192.0.2.0/24");
     }
   }
