@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -54,6 +55,7 @@ TEST(Settings, TakeWhatTheManifestSays) {
   Discovery_settings const& d = settings.discovery;
   EXPECT_EQ(d.group.to_string() + " " + d.endpoint_network->to_string(), "239.1.2.3 192.0.2.0/24");
   EXPECT_EQ(d.loopback_endpoints, false);
+  EXPECT_EQ(d.services, std::set<std::uint16_t>{65533});
   auto const number = [](auto const& time) { return static_cast<std::uint64_t>(time.count()); };
   Numbers const discovery_read{d.port,
                                number(d.initial_delay_min),
@@ -107,12 +109,14 @@ TEST(Settings, NameWhatIsWrong) {
            Row{service, R"(}, "port": 3}}})", "port"},
            Row{discovery, R"("grup": "239.1.2.3"}})", "grup"},
            Row{discovery, R"("group": "192.0.2.1"}})", "discovery.group"},
-           Row{discovery, R"("group": "x"}})", "discovery.group"},
+           Row{discovery, R"("group": "224.0.0.1\u0000x"}})", "discovery.group"},
            Row{discovery, R"("port": 0}})", "discovery.port"},
            Row{discovery, R"("repetitions_max": 11}})", "discovery.repetitions_max"},
            Row{discovery, R"("ttl_s": 16777216}})", "discovery.ttl_s"},
            Row{discovery, R"("initial_delay_min_ms": 11}})", "initial_delay_min_ms is greater than"},
            Row{discovery, R"("endpoint_network": "192.0.2.0/33"}})", "discovery.endpoint_network"},
+           Row{discovery, R"("endpoint_network": "192.0.2.0\u0000x/24"}})", "discovery.endpoint_network"},
+           Row{discovery, R"("endpoint_network": "10.0.0.0/4294967296"}})", "discovery.endpoint_network"},
            Row{discovery, R"("cyclic_offer_delay_ms": 3000, "repetitions_max": 0}})", "cyclic_offer_delay_ms"},
            Row{discovery, R"("cyclic_offer_delay_ms": 2760}})", "(240 ms)"},
        }) {

@@ -5,12 +5,12 @@
 
 namespace linux_platform::com::discovery {
 
-bool Delayed_answers::add(Endpoint const& destination, Service_key const& key, Time due) {
+bool Delayed_answers::add(Endpoint const& destination, std::set<Service_key> const& keys, Time due) {
   Destination const peer{destination.address, destination.port};
   if (answers_.size() >= max_peers && answers_.count(peer) == 0) {
     return false;
   }
-  answers_.try_emplace(peer, Answer{due, {}}).first->second.keys.insert(key);
+  answers_.try_emplace(peer, Answer{due, {}}).first->second.keys.insert(keys.begin(), keys.end());
   return true;
 }
 

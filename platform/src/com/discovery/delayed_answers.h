@@ -21,7 +21,7 @@ class Delayed_answers final {
   static constexpr std::size_t max_peers = 256;
 
   /// False when too many peers wait already.
-  bool add(Endpoint const& destination, Service_key const& key, Time due);
+  bool add(Endpoint const& destination, std::set<Service_key> const& keys, Time due);
   /// The next answer that is due, if any.
   std::optional<std::pair<Endpoint, std::set<Service_key>>> take_due(Time now);
   std::optional<Time> next_due() const;

@@ -80,11 +80,10 @@ class Discovery::Node final : public discovery::Datagram_sink_if, public std::en
   void send(std::vector<std::uint8_t> const& datagram, Endpoint const& destination) override {
     boost::system::error_code error;
     unicast_.socket().send_to(boost::asio::buffer(datagram), {destination.address, destination.port}, 0, error);
-    if (error && error != last_send_error_) {
-      listener_.on_trouble("service discovery: cannot send to " + destination.address.to_string() + ":" +
-                           std::to_string(destination.port) + ": " + error.message());
+    if (error) {
+      report(next_send_trouble_, "send to " + destination.address.to_string() + ":" + std::to_string(destination.port),
+             error);
     }
-    last_send_error_ = error;
   }
 
  private:
@@ -92,16 +91,17 @@ class Discovery::Node final : public discovery::Datagram_sink_if, public std::en
     receiver.start(
         weak_from_this(),
         [this, path](auto const& source, std::uint8_t const* data, std::size_t size) {
-          last_receive_error_.clear();
           engine_.receive(now(), path, {source.address().to_v4(), source.port()}, data, size);
           arm();
         },
-        [this](boost::system::error_code const& error) {
-          if (error != last_receive_error_) {
-            listener_.on_trouble("service discovery: cannot receive: " + error.message());
-          }
-          last_receive_error_ = error;
-        });
+        [this](boost::system::error_code const& error) { report(next_receive_trouble_, "receive", error); });
+  }
+
+  void report(Time& next, std::string const& doing, boost::system::error_code const& error) {
+    if (now() >= next) {
+      next = now() + discovery::trouble_pause;
+      listener_.on_trouble("service discovery: cannot " + doing + ": " + error.message());
+    }
   }
 
   Discovery_listener_if& listener_;
@@ -110,8 +110,8 @@ class Discovery::Node final : public discovery::Datagram_sink_if, public std::en
   boost::asio::steady_timer timer_;
   std::optional<Time> armed_;
   discovery::Engine engine_;
-  boost::system::error_code last_send_error_;
-  boost::system::error_code last_receive_error_;
+  Time next_send_trouble_;
+  Time next_receive_trouble_;
   bool closed_ = false;
 };
 

@@ -26,7 +26,8 @@ class Discovery_listener_if {
   /// The node at `address` started anew; connections to it lead nowhere. on_unavailable follows for each of its
   /// services, then on_available for what it offers now.
   virtual void on_reboot(boost::asio::ip::address_v4 const& address) = 0;
-  /// Something an operator wants to read: a limit reached, a datagram that could not be sent. Said once per change.
+  /// Something an operator wants to read: a limit reached, a datagram that could not be sent. Each kind at
+  /// most once a minute.
   virtual void on_trouble(std::string const& /*what*/) {}
 
  protected:

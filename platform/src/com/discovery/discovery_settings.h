@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <set>
 
 #include <boost/asio/ip/address_v4.hpp>
 #include <boost/asio/ip/network_v4.hpp>
@@ -30,6 +31,8 @@ struct Discovery_settings {
   std::optional<bool> loopback_endpoints;
   /// The network outside of which offered endpoints are ignored; when not said, every network is good.
   std::optional<boost::asio::ip::network_v4> endpoint_network;
+  /// The ids of the services that this machine knows, whose offers alone are kept; when not said, all are.
+  std::optional<std::set<std::uint16_t>> services;
 };
 
 /// Reads the members that are there, keeps the defaults of the others. Throws manifest::Manifest_error for an unknown

@@ -9,14 +9,14 @@
 namespace linux_platform::com::discovery {
 namespace {
 
-/// Who speaks, and where answers go: the datagram's source, unless the message names another endpoint.
+/// Who speaks, and where answers go: the datagram's source, unless the message names another port of it. Nobody speaks
+/// for another address, or he could withdraw its offers.
 std::optional<Endpoint> speaker(Message const& message, Endpoint const& source) {
   if (!message.sender) {
     return source;
   }
   auto const& named = *message.sender;
-  if (named.protocol != protocol_udp || named.port == 0 || named.address.is_multicast() ||
-      named.address.is_unspecified()) {
+  if (named.protocol != protocol_udp || named.port == 0 || named.address != source.address) {
     return std::nullopt;
   }
   return Endpoint{named.address, named.port};
@@ -42,6 +42,8 @@ bool Engine::offer(Time now, Service_key const& key, Endpoint const& endpoint) {
     return false;
   }
   if (before != endpoint) {
+    remote_.remove(key);
+    remote_.settle();
     listener_.on_available(key, endpoint);
     call_back(searches_.take_found([this](auto const& wanted) { return live(wanted); }));
   }
@@ -61,8 +63,8 @@ void Engine::find(Time now, Service_key const& wanted, std::chrono::milliseconds
     callback(std::move(found));
     return;
   }
-  report(reported_searches_, searches_.full(), "Too many searches wait at once; further ones find nothing");
   if (searches_.full()) {
+    report(now, next_searches_trouble_, "Too many searches wait at once; further ones find nothing");
     callback({});
     return;
   }
@@ -99,7 +101,7 @@ void Engine::receive(Time now, Path path, Endpoint const& source, std::uint8_t c
     return;
   }
   auto const peer = speaker(*message, source);
-  if (!peer || peer->address == own_) {
+  if (!peer) {
     return;
   }
   if (peers_.accept(peer->address, path, {message->session, message->reboot})) {
@@ -107,21 +109,25 @@ void Engine::receive(Time now, Path path, Endpoint const& source, std::uint8_t c
     remote_.forget(peer->address);
     remote_.settle();
   }
+  Questions questions;
   for (auto const& entry : message->entries) {
     switch (entry.type) {
       case Entry_type::find:
-        take_find(now, path, entry, *peer);
+        take_find(entry, questions);
         break;
       case Entry_type::offer:
         take_offer(now, entry, peer->address);
         break;
       case Entry_type::subscribe:
-        take_subscribe(path, entry, *peer);
+        if (entry.ttl != ttl_withdrawn) {
+          questions.subscriptions.push_back(entry);
+        }
         break;
       case Entry_type::subscribe_ack:
         break;
     }
   }
+  take_questions(now, path, questions, *peer);
   remote_.settle();
   call_back(searches_.take_found([this](auto const& wanted) { return live(wanted); }));
 }
@@ -135,50 +141,51 @@ void Engine::take_offer(Time now, Entry const& entry, boost::asio::ip::address_v
     return;
   }
   auto const endpoint = filter_.tcp_endpoint(entry.endpoints);
-  if (!endpoint || local_.has_instance(entry.key)) {
+  bool const known = !settings_.services || settings_.services->count(entry.key.service) != 0;
+  if (!endpoint || !known || local_.has_instance(entry.key)) {
     return;
   }
   auto const expires =
       entry.ttl == ttl_until_reboot ? std::nullopt : std::make_optional(now + std::chrono::seconds{entry.ttl});
-  bool const room = remote_.add({entry.key, *endpoint}, peer, expires);
-  report(reported_full_table_, !room || (reported_full_table_ && remote_.full()),
-         "The network offers more services than fit the table; the rest are not seen");
+  if (!remote_.add({entry.key, *endpoint}, peer, expires)) {
+    report(now, next_table_trouble_, "The network offers more services than fit the table; the rest are not seen");
+  }
 }
 
-void Engine::take_find(Time now, Path path, Entry const& entry, Endpoint const& asking) {
-  if (!entry.options_valid) {
-    return;
-  }
-  auto const offers = local_.answering(entry.key);
-  if (path == Path::unicast) {
-    outbox_.answer(offers, asking);
-    return;
-  }
-  for (auto const& offer : offers) {
-    answers_.add(asking, offer.key,
-                 now + random_(settings_.request_response_delay_min, settings_.request_response_delay_max));
+void Engine::take_find(Entry const& entry, Questions& questions) const {
+  if (entry.options_valid) {
+    for (auto const& offer : local_.answering(entry.key)) {
+      questions.offers.insert(offer.key);
+    }
   }
 }
 
 // There are no events here. A subscription belongs to one peer, so one that came by multicast was not meant for us.
-void Engine::take_subscribe(Path path, Entry const& entry, Endpoint const& asking) {
-  if (path == Path::multicast || entry.ttl == ttl_withdrawn) {
-    return;
+void Engine::take_questions(Time now, Path path, Questions const& questions, Endpoint const& asking) {
+  if (path == Path::unicast) {
+    answer(questions.offers, asking);
+    outbox_.refuse(questions.subscriptions, asking);
+  } else if (!questions.offers.empty()) {
+    answers_.add(asking, questions.offers,
+                 now + random_(settings_.request_response_delay_min, settings_.request_response_delay_max));
   }
-  outbox_.refuse(entry, asking);
+}
+
+void Engine::answer(std::set<Service_key> const& keys, Endpoint const& asking) {
+  std::vector<Found> offers;
+  for (auto const& key : keys) {
+    if (auto const endpoint = local_.endpoint(key)) {
+      offers.push_back({key, *endpoint});
+    }
+  }
+  outbox_.answer(offers, asking);
 }
 
 void Engine::run_due(Time now) {
   outbox_.announce(local_.take_due(now));
   outbox_.ask(searches_.take_due_questions(now));
-  while (auto const answer = answers_.take_due(now)) {
-    std::vector<Found> offers;
-    for (auto const& key : answer->second) {
-      if (auto const endpoint = local_.endpoint(key)) {
-        offers.push_back({key, *endpoint});
-      }
-    }
-    outbox_.answer(offers, answer->first);
+  while (auto const due = answers_.take_due(now)) {
+    answer(due->second, due->first);
   }
   remote_.expire(now);
   remote_.settle();
@@ -195,11 +202,11 @@ void Engine::call_back(std::vector<Searches::Outcome> const& ended) {
   }
 }
 
-void Engine::report(bool& reported, bool is_so, char const* what) {
-  if (is_so && !reported) {
+void Engine::report(Time now, Time& next, char const* what) {
+  if (now >= next) {
+    next = now + trouble_pause;
     listener_.on_trouble(what);
   }
-  reported = is_so;
 }
 
 }  // namespace linux_platform::com::discovery

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "platform/src/com/discovery/datagram_sink_if.h"
@@ -45,12 +46,19 @@ class Engine final {
   std::optional<Time> next_due() const;
 
  private:
+  /// What one message asks for: it gets one answer, however often it asks.
+  struct Questions {
+    std::set<Service_key> offers;
+    std::vector<Entry> subscriptions;
+  };
+
   void take_offer(Time now, Entry const& entry, boost::asio::ip::address_v4 const& peer);
-  void take_find(Time now, Path path, Entry const& entry, Endpoint const& asking);
-  void take_subscribe(Path path, Entry const& entry, Endpoint const& asking);
+  void take_find(Entry const& entry, Questions& questions) const;
+  void take_questions(Time now, Path path, Questions const& questions, Endpoint const& asking);
+  void answer(std::set<Service_key> const& keys, Endpoint const& asking);
   static void call_back(std::vector<Searches::Outcome> const& ended);
-  /// Reports what became true, once until it is false again.
-  void report(bool& reported, bool is_so, char const* what);
+  /// Not before `next`, which it puts off.
+  void report(Time now, Time& next, char const* what);
 
   Discovery_settings const settings_;
   boost::asio::ip::address_v4 const own_;
@@ -63,8 +71,8 @@ class Engine final {
   Delayed_answers answers_;
   Peers peers_;
   Outbox outbox_;
-  bool reported_full_table_ = false;
-  bool reported_searches_ = false;
+  Time next_table_trouble_;
+  Time next_searches_trouble_;
 };
 
 }  // namespace linux_platform::com::discovery

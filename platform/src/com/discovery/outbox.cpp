@@ -63,14 +63,18 @@ void Outbox::answer(std::vector<Found> const& offers, Endpoint const& asking) {
   unicast(offer_entries(offers, ttl_), asking);
 }
 
-void Outbox::refuse(Entry const& subscription, Endpoint const& asking) {
-  Entry refusal;
-  refusal.type = Entry_type::subscribe_ack;
-  refusal.key = subscription.key;
-  refusal.ttl = ttl_withdrawn;
-  refusal.eventgroup = subscription.eventgroup;
-  refusal.counter = subscription.counter;
-  unicast({refusal}, asking);
+void Outbox::refuse(std::vector<Entry> const& subscriptions, Endpoint const& asking) {
+  std::vector<Entry> refusals;
+  for (auto const& subscription : subscriptions) {
+    Entry refusal;
+    refusal.type = Entry_type::subscribe_ack;
+    refusal.key = subscription.key;
+    refusal.ttl = ttl_withdrawn;
+    refusal.eventgroup = subscription.eventgroup;
+    refusal.counter = subscription.counter;
+    refusals.push_back(std::move(refusal));
+  }
+  unicast(refusals, asking);
 }
 
 void Outbox::multicast(std::vector<Entry> const& entries) {

@@ -23,7 +23,7 @@ class Outbox final {
   void withdraw(std::vector<Found> const& offers);
   void ask(std::vector<Service_key> const& wanted);
   void answer(std::vector<Found> const& offers, Endpoint const& asking);
-  void refuse(Entry const& subscription, Endpoint const& asking);
+  void refuse(std::vector<Entry> const& subscriptions, Endpoint const& asking);
 
  private:
   void multicast(std::vector<Entry> const& entries);

@@ -32,6 +32,13 @@ void Remote_offers::remove(Service_key const& key, boost::asio::ip::address_v4 c
   }
 }
 
+void Remote_offers::remove(Service_key const& key) {
+  auto const known = offers_.find(identity(key));
+  if (known != offers_.end()) {
+    remove(key, known->second.owner);
+  }
+}
+
 template <typename Condition>
 void Remote_offers::remove_if(Condition const& condition) {
   for (auto it = offers_.begin(); it != offers_.end();) {

@@ -30,13 +30,14 @@ class Remote_offers final {
   bool add(Found const& offer, boost::asio::ip::address_v4 const& owner, std::optional<Time> const& expires);
   /// The owner withdrew it.
   void remove(Service_key const& key, boost::asio::ip::address_v4 const& owner);
+  /// It is offered here now, whoever offered it before.
+  void remove(Service_key const& key);
   /// Everything of one owner goes.
   void forget(boost::asio::ip::address_v4 const& owner);
   void expire(Time now);
   /// Tells the listener what changed since the last call.
   void settle();
 
-  bool full() const noexcept { return offers_.size() >= max_offers; }
   std::optional<Time> next_expiry() const;
   std::vector<Found> matching(Service_key const& wanted) const;
 

@@ -10,6 +10,9 @@ namespace linux_platform::com::discovery {
 
 using Time = std::chrono::steady_clock::time_point;
 
+/// Between two reports of the same trouble: a peer that can bring it about does not decide how much is logged.
+constexpr std::chrono::minutes trouble_pause{1};
+
 /// A random duration within [min, max].
 using Random_delay = std::function<std::chrono::milliseconds(std::chrono::milliseconds, std::chrono::milliseconds)>;
 

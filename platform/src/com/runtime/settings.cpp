@@ -21,15 +21,6 @@ constexpr std::uint64_t max_instance_id = 0xFFFE;
 constexpr std::uint64_t max_method_id = event_bit - 1;
 constexpr std::uint64_t max_port = 0xFFFF;
 
-boost::asio::ip::address_v4 read_address(Node const& node) {
-  boost::system::error_code error;
-  auto address = boost::asio::ip::make_address_v4(node.text(), error);
-  if (error || address.is_unspecified() || address.is_multicast()) {
-    node.refuse("must be an IPv4 address of one machine");
-  }
-  return address;
-}
-
 String_encoding read_encoding(Node const& node) {
   std::string const name = node.text();
   if (name != "utf8_bom" && name != "utf8") {
@@ -87,7 +78,7 @@ Service_deployment read_service(std::string const& interface, Node const& node) 
 
 Settings read_settings(manifest::Machine_manifest const& machine) {
   Settings settings;
-  settings.address = read_address(machine.process().member("address"));
+  settings.address = boost::asio::ip::make_address_v4(machine.process().member("address").text());
   auto const communication = machine.root().find("communication");
   if (!communication) {
     return settings;
@@ -99,9 +90,12 @@ Settings read_settings(manifest::Machine_manifest const& machine) {
   if (auto const limits = communication->find("limits")) {
     settings.limits = read_limits(*limits);
   }
+  settings.discovery.services.emplace();
   if (auto const services = communication->find("services")) {
     for (auto const& [interface, node] : services->members()) {
-      settings.services.emplace(interface, std::make_shared<Service_deployment const>(read_service(interface, node)));
+      auto const service = std::make_shared<Service_deployment const>(read_service(interface, node));
+      settings.discovery.services->insert(service->id);
+      settings.services.emplace(interface, service);
     }
   }
   return settings;

@@ -80,8 +80,13 @@ class An_engine : public ::testing::Test, public Datagram_sink_if, public Discov
   Events events_;
   std::vector<std::size_t> found_;
   std::map<std::pair<address_v4, Path>, int> sessions_;
+  static Discovery_settings settings() {
+    Discovery_settings settings;
+    settings.services = {statistics.service, 0x6002, report.service};
+    return settings;
+  }
   // Every random delay is the longest.
-  Engine engine_{Discovery_settings{}, own, [](auto, auto max) { return max; }, *this, *this};
+  Engine engine_{settings(), own, [](auto, auto max) { return max; }, *this, *this};
 };
 
 TEST_F(An_engine, AnnouncesInThreePhasesAndNumbersItsMessages) {
@@ -135,14 +140,21 @@ TEST_F(An_engine, AnswersFindsThatMatchByUnicast) {
         Question{{0x6002, 1, 1, 7}, 0}, Question{{0x6001, 2, 1, 7}, 0}, Question{{0x6001, 1, 2, 7}, 0},
         Question{{0x6001, 1, 1, 6}, 0}}) {
     sent_.clear();
-    receive({find(wanted)}, Path::unicast);
-    EXPECT_EQ(sent_.size(), answers) << "by unicast, at once";
+    receive({find(wanted), find(wanted)}, Path::unicast);
+    EXPECT_EQ(sent_.size(), answers) << "by unicast, at once, in one message";
     receive({find(wanted), find(wanted)}, Path::multicast);
     EXPECT_EQ(sent_.size(), answers) << "by multicast, after the response delay";
     advance(10ms);
     ASSERT_EQ(sent_.size(), 2 * answers);
-    EXPECT_TRUE(answers == 0 || (sent_[1].to == peer && sent_[1].message.entries.size() == 1));
+    for (auto const& sent : sent_) {
+      EXPECT_TRUE(sent.to == peer && sent.message.entries.size() == 1);
+    }
   }
+  sent_.clear();
+  Entry const subscription{Entry_type::subscribe, statistics, 3, 1, 0, {}, true};
+  receive({subscription, subscription}, Path::unicast);
+  ASSERT_EQ(sent_.size(), 1U);
+  EXPECT_EQ(sent_[0].message.entries.size(), 2U);
 }
 
 TEST_F(An_engine, TakesEntriesForWhatTheyAreWorth) {
@@ -162,9 +174,9 @@ TEST_F(An_engine, TakesEntriesForWhatTheyAreWorth) {
            Case{"a find behind the last option", Path::unicast, "00 05 00 10 60 01" + ids + tcp, {}, ""},
            Case{"a subscription behind the last option", Path::unicast, subscribe, {}, "192.0.2.10:30490"},
            Case{"a subscription that was not meant for us", Path::multicast, subscribe, {}, ""},
-           Case{"a sender that names its endpoint", Path::unicast, find_it + "63 00 11 77 1B", {}, "192.0.2.99:30491"},
-           Case{"a sender that names ours", Path::unicast, find_it + "01 00 11 77 1B", {}, ""},
-           Case{"a sender that names a TCP port", Path::unicast, find_it + "63 00 06 77 1B", {}, ""},
+           Case{"a sender that names its port", Path::unicast, find_it + "0A 00 11 77 1B", {}, "192.0.2.10:30491"},
+           Case{"a sender that names somebody else", Path::unicast, find_it + "63 00 11 77 1B", {}, ""},
+           Case{"a sender that names a TCP port", Path::unicast, find_it + "0A 00 06 77 1B", {}, ""},
        }) {
     SCOPED_TRACE(name);
     sent_.clear();
@@ -188,8 +200,10 @@ TEST_F(An_engine, BelievesOffersFromWhereTheyCameFirstForAsLongAsTheySay) {
   EXPECT_EQ(receive({offer(statistics), offer(report, ttl_until_reboot)}), (Events{"+24577:30509", "+24592:30509"}));
   advance(2s);
   EXPECT_EQ(receive({offer(statistics, 0), offer(statistics)}), Events{}) << "nothing has changed in the end";
-  EXPECT_EQ(receive({offer({1, 1, 1, 0})}, Path::multicast, {own, 30490}), Events{}) << "ourselves";
-  EXPECT_EQ(receive({offer({1, 1, 1, 0})}, Path::multicast, {peer.address, 30491}), Events{}) << "not the stack";
+  Service_key const another{0x6002, 1, 1, 0};
+  EXPECT_EQ(receive({offer(another)}, Path::multicast, {own, 30490}), Events{}) << "ourselves";
+  EXPECT_EQ(receive({offer(another)}, Path::multicast, {peer.address, 30491}), Events{}) << "not the stack";
+  EXPECT_EQ(receive({offer({0x6003, 1, 1, 0})}), Events{}) << "a service that nobody here knows";
   EXPECT_EQ(receive({offer(statistics, 3, {other.address, 1}), offer(statistics, 0)}, Path::multicast, other),
             Events{});
   EXPECT_EQ(advance(2999ms), Events{});
@@ -199,65 +213,18 @@ TEST_F(An_engine, BelievesOffersFromWhereTheyCameFirstForAsLongAsTheySay) {
   receive({offer(statistics)});
   EXPECT_EQ(receive({offer(statistics, 0), offer(statistics, 3, elsewhere)}), Events{"+24577:4000"});
   EXPECT_EQ(receive({offer({0x6001, 1, 1, 5}, 3, elsewhere)}), (Events{"-24577", "+24577:4000"})) << "another version";
-  engine_.offer(now_, {2, 1, 1, 0}, own_endpoint);
-  EXPECT_EQ(receive({offer({2, 1, 1, 0})}), Events{"+2:30501"}) << "what is offered here is not taken from elsewhere";
+  receive({offer(another)});
+  engine_.offer(now_, another, own_endpoint);
+  EXPECT_EQ(receive({offer(another), offer(another, 0)}), (Events{"-24578", "+24578:30501"}))
+      << "what is offered here is not taken from elsewhere";
 }
 
 TEST_F(An_engine, SeesThatAPeerStartedAnew) {
-  using Row = std::tuple<Session_stamp, Session_stamp, bool>;
-  for (auto const& [before, next, reboot] :
-       {Row{{5, true}, {6, true}, false}, Row{{5, true}, {900, true}, false}, Row{{5, true}, {5, true}, true},
-        Row{{5, true}, {1, true}, true}, Row{{0xFFFF, true}, {1, false}, false},
-        Row{{0xFFFF, false}, {1, false}, false}, Row{{5, false}, {6, true}, true}}) {
-    Peers peers;
-    EXPECT_FALSE(peers.accept(peer.address, Path::unicast, before)) << before.session;
-    EXPECT_FALSE(peers.accept(peer.address, Path::multicast, {1, true}));
-    EXPECT_EQ(peers.accept(peer.address, Path::unicast, next), reboot) << before.session << " " << next.session;
-  }
   receive({7, true}, {offer(statistics)}, Path::multicast);
   receive({7, true}, {offer(statistics)}, Path::unicast);
   EXPECT_EQ(receive({1, true}, {offer(statistics)}, Path::unicast),
             (Events{"reboot 192.0.2.10", "-24577", "+24577:30509"}));
   EXPECT_EQ(receive({1, true}, {offer(statistics)}, Path::multicast), Events{}) << "both paths show one restart";
-}
-
-TEST(Peers, ForgottenOnesAreNotMadeToSeeARestart) {
-  Peers peers;
-  peers.accept(address_v4{0}, Path::unicast, {1, true});
-  for (int i = 0; i < 5; ++i) {
-    peers.next_to(address_v4{0});
-  }
-  for (std::uint32_t i = 1; i <= Peers::max_peers; ++i) {
-    peers.accept(address_v4{i}, Path::unicast, {1, true});
-  }
-  EXPECT_EQ(peers.next_to(address_v4{0}).session, 6);
-  EXPECT_FALSE(peers.accept(address_v4{0}, Path::unicast, {1, true})) << "it was forgotten";
-}
-
-TEST(AnEndpointFilter, BelievesWhatAPeerCanBeReachedAt) {
-  using Options = std::vector<Endpoint_option>;
-  auto const at = [](char const* address, std::uint16_t port = 30509, std::uint8_t protocol = protocol_tcp) {
-    return Endpoint_option{make_address_v4(address), protocol, port};
-  };
-  auto const good = at("192.0.2.10");
-  auto const udp = at("192.0.2.10", 9, protocol_udp);
-  Discovery_settings settings;
-  EXPECT_EQ(Endpoint_filter(settings, own).tcp_endpoint({udp, good}), served);
-  for (auto const* bad : {"224.0.0.1", "0.0.0.0", "255.255.255.255", "127.0.0.1", "192.0.2.1"}) {
-    EXPECT_FALSE(Endpoint_filter(settings, own).tcp_endpoint({at(bad)})) << bad;
-  }
-  Endpoint_filter const on_loopback{settings, make_address_v4("127.0.0.1")};
-  EXPECT_TRUE(on_loopback.tcp_endpoint({at("127.0.0.2")}));
-  settings.endpoint_network = boost::asio::ip::make_network_v4("192.0.2.0/28");
-  Endpoint_filter const strict{settings, own};
-  EXPECT_TRUE(strict.tcp_endpoint({good}));
-  for (auto const& bad : {Options{}, Options{udp}, Options{good, at("192.0.2.10", 30510)}, Options{at("192.0.2.16")},
-                          Options{good, at("192.0.2.10", 30509, 0x84)}, Options{at("192.0.2.10", 0)}}) {
-    EXPECT_FALSE(strict.tcp_endpoint(bad)) << bad.size();
-  }
-  settings = {};
-  settings.loopback_endpoints = false;
-  EXPECT_FALSE(Endpoint_filter(settings, make_address_v4("127.0.0.1")).tcp_endpoint({at("127.0.0.2")}));
 }
 
 TEST_F(An_engine, SearchesUntilTheFirstOfferOrTheEndOfTheWindow) {
@@ -289,13 +256,16 @@ TEST_F(An_engine, FindsItsOwnOffersAndEndsSearchesWhenItStops) {
 }
 
 TEST_F(An_engine, SaysOnceThatALimitIsReached) {
-  Events said;
-  for (std::uint16_t i = 1; i <= Remote_offers::max_offers + 2; ++i) {
-    auto const heard = receive({offer({i, 1, 1, 0})});
-    said.insert(said.end(), heard.begin(), heard.end());
+  Service_key const first{0x6001, 1, 1, 0};
+  Service_key const second{0x6001, 2, 1, 0};
+  Service_key further{0x6001, 3, 1, 0};
+  receive({offer(first), offer(second)});
+  for (; further.instance <= Remote_offers::max_offers; ++further.instance) {
+    ASSERT_EQ(receive({offer(further)}).size(), 1U);
   }
-  EXPECT_EQ(said.size(), Remote_offers::max_offers + 1);
-  EXPECT_EQ(said.back(), "trouble");
+  EXPECT_EQ(receive({offer(further), offer(further)}), Events{"trouble"});
+  EXPECT_EQ(receive({offer(first, 0), offer(second, 0), offer(first), offer(second), offer(further)}), Events{})
+      << "a peer does not decide how often";
   for (std::size_t i = 0; i < Searches::max_searches + 2; ++i) {
     search({0x7FFF, 1, 1, any_minor});
   }
