@@ -68,7 +68,8 @@ void fuzz::check(Input input) {
   same_in_pieces(bytes, piece, answers);
   doip::Udp_entity const entity({}, [] { return std::size_t{1}; });
   auto const datagram_answers = entity.answers(bytes, doip::Udp_entity::Cast::unicast);
-  require(datagram_answers.size() <= bytes.size() / doip::Header::size, "a message has one answer at most");
+  require(datagram_answers.size() <= std::min(bytes.size() / doip::Header::size, doip::Udp_entity::max_messages),
+          "a message has one answer at most, and a datagram few");
   require(entity.answers(bytes, doip::Udp_entity::Cast::broadcast).size() <= datagram_answers.size(),
           "a broadcast has no more answers");
   std::for_each(datagram_answers.begin(), datagram_answers.end(),

@@ -50,6 +50,10 @@ void Connection::receive(Byte_view bytes) {
   }
 }
 
+void Connection::input_ended() {
+  uds_.when_done([this] { close("closed by the tester"); });
+}
+
 void Connection::lost() {
   state_ = State::closed;
   inactivity_timer_.stop();

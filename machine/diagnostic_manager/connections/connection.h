@@ -44,6 +44,8 @@ class Connection final : private Socket_table::Member_if {
 
   /// Bytes from the tester, cut anywhere. They are ignored once the connection is closed.
   void receive(Byte_view bytes);
+  /// The tester sends no more: the connection ends with its last answer.
+  void input_ended();
   /// The link is gone.
   void lost();
 

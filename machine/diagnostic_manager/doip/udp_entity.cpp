@@ -28,7 +28,11 @@ bool same(std::array<std::uint8_t, Size> const& own, Byte_view asked) noexcept {
 
 std::vector<Udp_entity::Answer> Udp_entity::answers(Byte_view datagram, Cast cast) const {
   std::vector<Answer> result;
-  while (std::optional<Header> const header = read_header(datagram)) {
+  for (std::size_t messages = 0; messages < max_messages; ++messages) {
+    std::optional<Header> const header = read_header(datagram);
+    if (!header) {
+      break;
+    }
     Byte_view const rest = datagram.after(Header::size);
     std::optional<Header_nack> const refused = check(*header, rest.size(), config_.max_data_size);
     if (refused) {

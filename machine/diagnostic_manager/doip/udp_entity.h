@@ -35,12 +35,16 @@ class Udp_entity {
     bool after_announce_wait = false;
   };
 
+  /// What a datagram holds behind so many messages is not read: testers send one, and a datagram has room for
+  /// thousands.
+  static constexpr std::size_t max_messages = 4;
+
   /// `open_sockets` gives the number of connections now.
   Udp_entity(Config const& config, std::function<std::size_t()> open_sockets)
       : config_(config), open_sockets_(std::move(open_sockets)) {}
 
-  /// The answers to each message of a datagram, in order. A refused message ends the datagram; so does one that claims
-  /// more bytes than came (refused) and a rest too short for a header (ignored).
+  /// The answers to the first max_messages messages of a datagram, in order. A refused message ends the datagram; so
+  /// does one that claims more bytes than came (refused) and a rest too short for a header (ignored).
   std::vector<Answer> answers(Byte_view datagram, Cast cast) const;
 
   Bytes announcement() const { return doip::announcement(config_.protocol_version, config_.identity); }

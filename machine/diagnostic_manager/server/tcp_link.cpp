@@ -72,6 +72,11 @@ void Tcp_link::bytes_read(error_code const& error, std::size_t count) {
   if (state_ == State::closed) {
     return;
   }
+  if (error == boost::asio::error::eof && state_ == State::open) {
+    input_ended_ = true;
+    received_({});
+    return;
+  }
   if (error) {
     end(state_ == State::finishing ? reason_ : "closed by the tester");
     return;
@@ -106,6 +111,10 @@ void Tcp_link::write() {
 }
 
 void Tcp_link::finish_sending() {
+  if (input_ended_) {
+    end(reason_);
+    return;
+  }
   error_code ignored;
   socket_.shutdown(tcp::socket::shutdown_send, ignored);
 }

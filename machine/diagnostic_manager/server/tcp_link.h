@@ -28,6 +28,7 @@ class Tcp_link final : public connections::Link_if, public std::enable_shared_fr
     /// How long a closed connection may take to send its last answers and to see the other end close.
     std::chrono::milliseconds linger{500};
   };
+  /// Called with no bytes once the tester has ended its side; it may still hear.
   using Received = std::function<void(Byte_view)>;
   /// Called once, with the reason, from the loop and never from a call into the link.
   using Ended = std::function<void(std::string const& reason)>;
@@ -57,6 +58,7 @@ class Tcp_link final : public connections::Link_if, public std::enable_shared_fr
   Limits const limits_;
   Timer linger_timer_;
   State state_ = State::open;
+  bool input_ended_ = false;
   std::string reason_;
   Received received_;
   Ended ended_;

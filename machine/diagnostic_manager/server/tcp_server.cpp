@@ -22,7 +22,12 @@ constexpr std::size_t max_finishing = 64;
 Tcp_server::Tcp_server(boost::asio::io_context& loop, tcp::endpoint const& endpoint,
                        connections::Connection::Shared const& shared, Tcp_link::Limits const& limits,
                        ara::log::Logger const& log)
-    : shared_(shared), limits_(limits), log_(log), acceptor_(loop, endpoint, true), retry_timer_(shared.timers) {
+    : shared_(shared),
+      limits_(limits),
+      log_(log),
+      place_(endpoint.address().to_string() + ":" + std::to_string(endpoint.port())),
+      acceptor_(loop, endpoint, true),
+      retry_timer_(shared.timers) {
   accept();
 }
 
@@ -39,7 +44,7 @@ void Tcp_server::accept() {
     }
     if (error && error != boost::asio::error::connection_aborted) {
       if (!std::exchange(refused_by_system_, true)) {
-        log_.LogWarn() << "Cannot accept testers:" << error.message();
+        log_.LogWarn() << "Cannot accept testers at" << place_ << ":" << error.message();
       }
       retry_timer_.start(accept_retry, [this] { accept(); });
       return;
@@ -62,7 +67,7 @@ void Tcp_server::accepted(tcp::socket socket) {
   auto connection = std::make_unique<connections::Connection>(id, shared_, *link);
   connections::Connection& receiver = *connection;
   testers_.emplace(id, Tester{link, std::move(connection)});
-  link->start([&receiver](Byte_view bytes) { receiver.receive(bytes); },
+  link->start([&receiver](Byte_view bytes) { bytes.empty() ? receiver.input_ended() : receiver.receive(bytes); },
               [this, id](std::string const& reason) { ended(id, reason); });
   log_.LogDebug() << "Tester connection" << id << "accepted";
 }

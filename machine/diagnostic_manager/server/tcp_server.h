@@ -41,6 +41,7 @@ class Tcp_server {
   connections::Connection::Shared const shared_;
   Tcp_link::Limits const limits_;
   ara::log::Logger const& log_;
+  std::string const place_;
   boost::asio::ip::tcp::acceptor acceptor_;
   Timer retry_timer_;
   std::map<std::uint64_t, Tester> testers_;

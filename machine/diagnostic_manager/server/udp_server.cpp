@@ -12,6 +12,8 @@ namespace {
 using boost::asio::ip::udp;
 using boost::system::error_code;
 
+/// A socket that fails must not be asked in a loop.
+constexpr std::chrono::milliseconds receive_retry{1000};
 /// Identification answers that wait their random time; requests beyond are not answered.
 constexpr std::size_t max_delayed = 64;
 
@@ -24,12 +26,12 @@ Udp_server::Udp_server(boost::asio::io_context& loop, udp::endpoint const& endpo
       timers_(timers),
       log_(log),
       random_(std::random_device{}()),
-      unicast_(std::make_unique<Ear>(loop, doip::Udp_entity::Cast::unicast)),
+      unicast_(std::make_unique<Ear>(loop, timers, doip::Udp_entity::Cast::unicast)),
       announce_timer_(timers) {
   listen(*unicast_, endpoint);
   if (config_.broadcast) {
     unicast_->socket.set_option(boost::asio::socket_base::broadcast(true));
-    broadcast_ = std::make_unique<Ear>(loop, doip::Udp_entity::Cast::broadcast);
+    broadcast_ = std::make_unique<Ear>(loop, timers, doip::Udp_entity::Cast::broadcast);
     listen(*broadcast_, *config_.broadcast);
     announce_timer_.start(random_wait(), [this] { announce(config_.announce_count); });
   }
@@ -52,11 +54,24 @@ void Udp_server::receive(Ear& ear) {
                                   if (error == boost::asio::error::operation_aborted) {
                                     return;
                                   }
-                                  if (!error) {
-                                    answer(ear, {ear.input.data(), count});
+                                  if (error) {
+                                    failed(ear, error);
+                                    return;
                                   }
+                                  ear.failing = false;
+                                  answer(ear, {ear.input.data(), count});
                                   receive(ear);
                                 });
+}
+
+void Udp_server::failed(Ear& ear, error_code const& error) {
+  if (!std::exchange(ear.failing, true)) {
+    error_code ignored;
+    udp::endpoint const here = ear.socket.local_endpoint(ignored);
+    log_.LogWarn() << "Cannot receive datagrams at" << here.address().to_string() << "port" << here.port() << ":"
+                   << error.message();
+  }
+  ear.pause.start(receive_retry, [this, &ear] { receive(ear); });
 }
 
 void Udp_server::answer(Ear const& ear, Byte_view datagram) {

@@ -44,8 +44,12 @@ class Udp_server {
   static constexpr std::size_t datagram_size = 65536;
 
   struct Ear {
-    Ear(boost::asio::io_context& loop, doip::Udp_entity::Cast heard) : socket(loop), cast(heard) {}
+    Ear(boost::asio::io_context& loop, Timer_queue& timers, doip::Udp_entity::Cast heard)
+        : socket(loop), pause(timers), cast(heard) {}
     boost::asio::ip::udp::socket socket;
+    Timer pause;
+    /// Nothing has been received since receiving failed; said once.
+    bool failing = false;
     doip::Udp_entity::Cast cast;
     boost::asio::ip::udp::endpoint sender;
     std::array<std::uint8_t, datagram_size> input{};
@@ -53,6 +57,7 @@ class Udp_server {
 
   void listen(Ear& ear, boost::asio::ip::udp::endpoint const& endpoint);
   void receive(Ear& ear);
+  void failed(Ear& ear, boost::system::error_code const& error);
   void answer(Ear const& ear, Byte_view datagram);
   void send_later(Bytes message, boost::asio::ip::udp::endpoint const& to);
   void send(Bytes const& message, boost::asio::ip::udp::endpoint const& to);

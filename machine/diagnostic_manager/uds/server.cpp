@@ -57,6 +57,14 @@ void Server::request(Byte_view request, Addressing addressing) {
   }
 }
 
+void Server::when_done(std::function<void()> done) {
+  if (read_) {
+    done_ = std::move(done);
+  } else {
+    done();
+  }
+}
+
 void Server::dispatch(Byte_view request) {
   std::uint8_t const service = request.data()[0];
   if (service == sid_session_control) {
@@ -162,6 +170,9 @@ void Server::finish_read(Read_request::Outcome outcome) {
     refuse(sid_read_data, std::get<Response_code>(outcome));
   }
   watch_session();
+  if (done_) {
+    done_();
+  }
 }
 
 void Server::refuse(std::uint8_t service, Response_code code) {

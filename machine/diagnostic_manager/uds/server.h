@@ -52,6 +52,9 @@ class Server {
   /// A request of at least one byte.
   void request(Byte_view request, Addressing addressing);
 
+  /// Calls `done` once no request is worked on: at once, or behind the last answer. It must not destroy the server.
+  void when_done(std::function<void()> done);
+
   Session session() const noexcept { return session_; }
 
  private:
@@ -71,6 +74,7 @@ class Server {
   Config const config_;
   Identifier_table const& identifiers_;
   Respond const respond_;
+  std::function<void()> done_;
 
   Session session_ = Session::default_session;
   Timer s3_timer_;

@@ -21,6 +21,8 @@ ROWS = {
         ; udp sends 02FD0003 00000011{OTHER}; udp sends {MORE}""",
     "two messages in one datagram": """udp sends 02FD400300000000 02FD400100000000; udp hears power 1
         ; udp hears status 1 0/2 256""",
+    "a datagram of many messages": "udp sends" + " 02FD400300000000" * 5 + "; udp hears power 1" * 4
+                                   + "; udp sends 02FD400100000000; udp hears status 1 0/2 256",
     "lying datagrams": """udp sends 02FD000200000007020000000001; udp hears header nack 04
         ; udp sends 02FD000100000001 00; udp hears header nack 04
         ; udp sends 02FD00030000001100; udp hears header nack 04
@@ -114,6 +116,8 @@ ROWS = {
     "who asks during a read gets a later record": """1 joins; 2 joins; 17F0 hangs; 1 asks 2217F0 7F2278
         ; 2 asks 2217F0 7F2278; 17F0 empty,answers; 1 finally hears uds 6217F000
         ; 2 finally hears uds 6217F001{ENTRY}""",
+    "a tester ends its side and waits for its answers": """1 joins; 17F0 hangs; 1 asks 2217F0 7F2278; 1 ends; 2 joins
+        ; 17F0 answers; 1 finally hears uds 6217F001{ENTRY}; 1 hears closed""",
     "a tester goes while a service hangs": """1 joins; 17F0 hangs; 1 asks 2217F0 7F2278; 1 breaks off; 2 joins
         ; 2 reads 17F2 6217F201; 17F0 answers; 2 reads 17F0 6217F001{ENTRY}""",
 }

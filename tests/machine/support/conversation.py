@@ -10,6 +10,7 @@
                           the acknowledgement and, unless it is "-", a response
   1 is alive              answers an alive check
   1 leaves / breaks off   closes / resets the connection
+  1 ends                  says that it will send no more
   1 hears WORDS           the next message; with "after N", no sooner than N ms after the step before
   1 finally hears WORDS   the next but for acknowledgements and pending responses
   1 reads HEX RESPONSE    asks for identifiers, and what it then finally hears
@@ -18,6 +19,7 @@
   WHO WORD                somebody else of the machine behaves in that way from now on
 """
 import contextlib
+import socket
 import time
 
 from framed_stream import LIMIT
@@ -86,6 +88,8 @@ class Conversation:
             for heard in [f"ack {target:04X} {tester.logical:04X}"] * bool(answer) + ["uds " + each for each in answer]:
                 if heard != "uds -":
                     self._expect(tester.hear, heard)
+        elif what == "ends":
+            tester.socket.shutdown(socket.SHUT_WR)
         elif what in ("leaves", "breaks"):
             self.testers.pop(name).close(abruptly=what == "breaks")
         elif what in ("reads", "awaits"):
