@@ -10,7 +10,7 @@ set(CTEST_CUSTOM_TESTS_IGNORE
   log_process_test                   # starts and kills programs of its own, which only the emulator can start
   flashwatch_read_tool_test          # starts the tool, which only the emulator can start
   machine_runner_test                # starts the programs of a machine
-  machine_sample_applications_test   # starts and signals the programs
+  machine_storages_test              # starts and signals the programs
   architecture_includes              # reads sources: the same on every processor
   documents                          # reads documents: the same on every processor
   platform_manifest_schema_test)     # reads data files: the same on every processor

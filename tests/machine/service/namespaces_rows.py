@@ -9,11 +9,10 @@ import time
 from functools import partial
 
 from driver import Skipped
-from machine import PORTS, REPORT, Watched_machine
+from machine import PORTS, REPORT, Machine
 from process import LIMIT
 from someip_client import Someip_client
 
-NEEDS_ETC = True
 STATISTICS, FLASHWATCH = "persistency_statistics", "flashwatch"
 CLONE_NEWNET = 0x40000000
 READ, FAILED = "80/00 0000000101", "81/21 0000000111"  # one application: flashwatch itself
@@ -84,5 +83,6 @@ def across_hosts(machine):
 
 
 def rows(programs):
-    with Watched_machine(programs) as machine:
+    with Machine(programs) as machine:
+        machine.configure()
         yield "across hosts", partial(across_hosts, machine)

@@ -8,6 +8,7 @@
   1 sends HEX / drips HEX as it stands / byte by byte
   1 asks HEX / all HEX    a UDS request to the entity / to all entities; with an answer behind it, what is heard then:
                           the acknowledgement and, unless it is "-", a response
+  1 floods HEX            asks that and hears nothing, until the connection is reset
   1 is alive              answers an alive check
   1 leaves / breaks off   closes / resets the connection
   1 ends                  says that it will send no more
@@ -15,16 +16,18 @@
   1 finally hears WORDS   the next but for acknowledgements and pending responses
   1 reads HEX RESPONSE    asks for identifiers, and what it then finally hears
   1 awaits HEX RESPONSE   the same, again and again until it is heard
-  udp sends HEX / hears WORDS / awaits HEX WORDS (with which the answer begins)
-  WHO WORD                somebody else of the machine behaves in that way from now on
+  udp sends / broadcasts HEX / hears WORDS / awaits HEX WORDS (with which the answer begins)
+  ear hears WORDS         what is broadcast to the testers' port, from the step "ear opens" on
+  WHO WHAT ...            somebody else of the machine does that
 """
 import contextlib
 import socket
 import time
 
 from framed_stream import LIMIT
-from tester import ENTITY, EVERYBODY, Discoverer, Tester
+from tester import ENTITY, EVERYBODY, PORT, Discoverer, Tester
 
+BROADCAST = "127.255.255.255"
 TOLERANCE = 0.03  # seconds: a timer of the entity starts before the tester hears why
 
 
@@ -35,26 +38,30 @@ class Conversation:
         self.address, self.behave = address, behave
         self.testers = {}
         self.last = time.monotonic()
-        self.udp = Discoverer()
+        self.udp, self.ear = Discoverer(), None
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        for each in [*self.testers.values(), self.udp]:
+        for each in filter(None, [*self.testers.values(), self.udp, self.ear]):
             each.close()
 
     def play(self, script):
-        for step in script.split(";"):
+        for step in filter(str.strip, script.split(";")):
             who, what, *words = step.split()
             started = time.monotonic()
             try:
                 if who == "udp":
                     self._udp(what, words)
+                elif who == "ear" and what == "opens":
+                    self.ear = Discoverer((BROADCAST, PORT))
+                elif who == "ear":
+                    self._expect(self.ear.hear, " ".join(words))
                 elif len(who) == 1:
                     self._tester(who, what, words)
                 else:
-                    self.behave(who, what)
+                    self.behave(who, what, *words)
             except (AssertionError, TimeoutError) as failure:
                 raise AssertionError(f"{step.strip()}: {failure}") from None
             self.last = started
@@ -81,6 +88,12 @@ class Conversation:
         elif what == "drips":
             for byte in bytes.fromhex(text):
                 tester.send(bytes([byte]))
+        elif what == "floods":
+            flood = tester.diagnosis(bytes.fromhex(text)) * 64
+            with contextlib.suppress(ConnectionError):
+                while True:
+                    tester.socket.sendall(flood)
+            self.testers.pop(name).close()
         elif what == "asks":
             target = EVERYBODY if words[0] == "all" else ENTITY
             request, *answer = words[words[0] == "all":]
@@ -113,7 +126,7 @@ class Conversation:
         elif what == "awaits":
             self._expect(ask, " ".join(words[1:]), True)
         else:
-            self.udp.send("".join(words), self.address)
+            self.udp.send("".join(words), BROADCAST if what == "broadcasts" else self.address)
 
     def _expect(self, hear, expected, again=False):
         heard = hear()

@@ -4,8 +4,8 @@
 
   driver.py FILE PROGRAMS [WORD]   only the rows whose name holds WORD
 
-The file has a function `rows(programs)` that yields each row's name and test. With NEEDS_ETC it runs where an /etc of
-its own is laid over the host's.
+The file is one of stage.py's, or has a function `rows(programs)` that yields each row's name and test. Where it
+configures flashwatch, it runs with an /etc of its own laid over the host's.
 """
 import contextlib
 import importlib
@@ -14,7 +14,9 @@ import sys
 import tempfile
 import time
 import traceback
+from functools import partial
 
+import stage
 from machine import MEMORY  # also lets the runner's modules be found
 import surroundings
 
@@ -51,11 +53,11 @@ def passes(name, test):
 def main(file, programs, wanted=""):
     file = pathlib.Path(file).resolve()
     sys.path.append(str(file.parent))
-    module = importlib.import_module(file.stem)
+    rows = partial(stage.rows, file) if file.suffix == ".json" else importlib.import_module(file.stem).rows
     failed = 0
     try:
-        with own_etc() if getattr(module, "NEEDS_ETC", False) else contextlib.nullcontext():
-            for name, test in module.rows(pathlib.Path(programs).resolve()):
+        with own_etc() if "configur" in file.read_text() else contextlib.nullcontext():
+            for name, test in rows(pathlib.Path(programs).resolve()):
                 failed += wanted in name and not passes(name, test)
     except Skipped as reason:
         print("skipped:", reason)

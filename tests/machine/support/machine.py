@@ -8,7 +8,7 @@ import tempfile
 
 from process import Process
 from someip_client import Someip_client
-from someip_node import RESPONSE, Service, Someip_node
+from someip_node import RESPONSE, Someip_node
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 STATISTICS, REPORT, EXCEEDANCE = 24577, 24592, 24594
@@ -30,18 +30,16 @@ def sized(data, off=0):
     return struct.pack(">I", len(data) + off) + data
 
 
-def statistics(applications, appended=b"", record=0, entries=0, whole=0):
-    """The answer for {name: eight numbers}, with bytes appended to each record, and length fields that are off."""
-    pairs = b"".join(text(name) + sized(text(name) + struct.pack(">8Q", *numbers) + appended, record)
-                     for name, numbers in applications.items())
+def statistics(applications, crowd=0, record=0, entries=0, whole=0):
+    """The answer for {name: eight numbers}, with a crowd of others, and length fields that are off."""
+    pairs = b"".join(text(name) + sized(text(name) + struct.pack(">8Q", *numbers), record)
+                     for name, numbers in [*applications.items(), *((f"app_{i:04}", [i] * 8) for i in range(crowd))])
     return RESPONSE, 0, sized(sized(pairs, entries), whole)
 
 
 class Machine:
-    """`answer`: what the played statistics service answers as long as it is there; None: nothing."""
-
-    def __init__(self, programs, answer=None):
-        self.programs, self.answer, self.node = programs, answer, None
+    def __init__(self, programs):
+        self.programs = programs
         self.folder = tempfile.TemporaryDirectory(dir=MEMORY)
         self.scratch = pathlib.Path(self.folder.name)
         self.stores = self.scratch / "per"
@@ -61,23 +59,19 @@ class Machine:
         return self
 
     def __exit__(self, *_):
-        self.withdraw()
         self.folder.cleanup()
+
+    @staticmethod
+    def configure(configuration=CONFIGURATION):
+        """flashwatch's files: only one machine at a time has them in /etc."""
+        for name, content in (("flashwatch", configuration), ("scid_mapping", SCIDS)):
+            pathlib.Path(f"/etc/{name}.json").write_text(json.dumps(content))
 
     def address(self, name="flashwatch"):
         return self.manifest["processes"][name]["address"]
 
     def played(self, number, services):
         return Someip_node(self.network + str(number), self.discovery["group"], services, self.discovery["port"])
-
-    def offer(self):
-        """The statistics service comes."""
-        self.node = self.played(101, [Service(STATISTICS, PORTS[STATISTICS], lambda _: self.answer)])
-
-    def withdraw(self, silent=False):
-        if self.node:
-            self.node.end(silent)
-            self.node = None
 
     def start(self, name="flashwatch", **options):
         return Process(str(self.programs / name), name, self.manifest, **options)
@@ -88,22 +82,3 @@ class Machine:
     def read(self, service):
         with self.client(service) as client:
             return client.ask(service, 1)
-
-
-class Watched_machine(Machine):
-    """With flashwatch's files in /etc: only one at a time."""
-
-    def __init__(self, *arguments, **options):
-        super().__init__(*arguments, **options)
-        self.configure("flashwatch", CONFIGURATION)
-        self.configure("scid_mapping", SCIDS)
-
-    @staticmethod
-    def configure(name, content):
-        pathlib.Path(f"/etc/{name}.json").write_text(json.dumps(content))
-
-    @staticmethod
-    def preload(library):
-        """The environment for a program that is to have that library first."""
-        sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
-        return {"LD_PRELOAD": library, "ASAN_OPTIONS": sanitizer}

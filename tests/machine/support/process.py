@@ -90,8 +90,9 @@ class Process:
     def text(self):
         return self.log.decode(errors="replace")
 
-    def await_text(self, words, count=1, since=0):
-        """Until the log holds the words that often, from an earlier length of it on."""
+    def await_text(self, words, since=0):
+        """Where the words end that the log holds from an earlier length of it on."""
         with self.changed:
-            assert self.changed.wait_for(lambda: self.log.count(words.encode(), since) >= count, LIMIT), (
-                f"'{words}' is not there {count} times in: {self.text()[since:]}")
+            assert self.changed.wait_for(lambda: self.log.find(words.encode(), since) >= 0, LIMIT), (
+                f"'{words}' is not in: {self.text()[since:]}")
+            return self.log.find(words.encode(), since) + len(words.encode())
