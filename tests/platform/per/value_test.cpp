@@ -5,57 +5,63 @@
 
 #include "platform/src/per/names.h"
 #include "platform/src/per/record_codec.h"
+#include "platform/src/per/store_summary.h"
+#include "tests/platform/com/hex.h"
 #include "tests/platform/per/machine.h"
 
 namespace per_test {
 namespace {
 
 using per::Record_codec;
+using namespace std::string_literals;
+using Bytes = std::vector<std::uint8_t>;
 
-std::vector<std::function<void(KvsType const&)>> const getters{
-    [](auto& v) { v.GetBinary(); }, [](auto& v) { v.GetString(); }, [](auto& v) { v.GetSInt(); },
-    [](auto& v) { v.GetUInt(); },   [](auto& v) { v.GetDouble(); }, [](auto& v) { v.GetBool(); }};
+std::string as_text(Bytes const& bytes) { return {bytes.begin(), bytes.end()}; }
 
+std::vector<std::function<std::string(KvsType const&)>> const getters{
+    [](auto& v) { return as_text(v.GetBinary()); },
+    [](auto& v) { return v.GetString(); },
+    [](auto& v) { return std::to_string(v.GetSInt()); },
+    [](auto& v) { return std::to_string(v.GetUInt()); },
+    [](auto& v) { return testing::PrintToString(v.GetDouble()); },
+    [](auto& v) { return std::to_string(v.GetBool()); }};
+
+/// A value, its record under "key", the getter for it, and what that says.
 struct Row {
   KvsType value;
-  std::size_t size;
+  char const* record;
   std::size_t getter;
-  std::function<bool(KvsType const&)> same;
+  std::string content;
 };
 
+/// A record is type, CRC-32 of (3 as 8 bytes, "key", type, content), and content; all little-endian.
 std::vector<Row> values() {
-  auto const lowest = std::numeric_limits<std::int64_t>::min();
-  auto const highest = std::numeric_limits<std::uint64_t>::max();
-  std::string const text("\0'\"\xC3\xA4\xFF", 6);
+  auto const text = "\0'\"\xC3\xA4\xFF"s;
   return {
-      {KvsType("\0\x01", 2), 2, 0,
-       [](auto& v) {
-         return v.GetBinary() == std::vector<std::uint8_t>({0, 1});
-       }},
-      {KvsType(nullptr, 0), 0, 0, [](auto& v) { return v.GetBinary().empty(); }},
-      {KvsType(text), 6, 1, [text](auto& v) { return v.GetString() == text; }},
-      {KvsType(""), 0, 1, [](auto& v) { return v.GetString().empty(); }},
-      {KvsType(lowest), 8, 2, [lowest](auto& v) { return v.GetSInt() == lowest; }},
-      {KvsType(highest), 8, 3, [highest](auto& v) { return v.GetUInt() == highest; }},
-      {KvsType(-0.0), 8, 4, [](auto& v) { return v.GetDouble() == 0 && std::signbit(v.GetDouble()); }},
-      {KvsType(std::nan("")), 8, 4, [](auto& v) { return std::isnan(v.GetDouble()); }},
-      {KvsType(true), 1, 5, [](auto& v) { return v.GetBool(); }},
-  };
+      {KvsType("\0\x01", 2), "01 0FEEC9FE 0001", 0, "\0\x01"s},
+      {KvsType(nullptr, 0), "01 7F9F8A27", 0, ""},
+      {KvsType(text), "02 0998B49B 002722C3A4FF", 1, text},
+      {KvsType(""), "02 C5CE83BE", 1, ""},
+      {KvsType(std::numeric_limits<std::int64_t>::min()), "03 8C355606 0000000000000080", 2, "-9223372036854775808"},
+      {KvsType(std::uint64_t{0x0102030405060708}), "04 29E9614F 0807060504030201", 3, "72623859790382856"},
+      {KvsType(-0.0), "05 064C4C75 0000000000000080", 4, "-0"},
+      {KvsType(std::nan("")), "05 3EC82B84 000000000000F87F", 4, "nan"},
+      {KvsType(true), "06 EEAFD92A 01", 5, "1"}};
 }
 
 TEST(A_value, comes_back_from_its_record_and_no_flipped_bit_or_other_getter_passes) {
-  auto const is_damaged = [](std::string const& key, std::vector<std::uint8_t> const& record, std::size_t size) {
+  auto const is_damaged = [](std::string const& key, Bytes const& record, std::size_t size) {
     return std::holds_alternative<std::string>(Record_codec::decode(key, record.data(), size));
   };
   for (auto const& row : values()) {
-    SCOPED_TRACE("getter " + std::to_string(row.getter) + ", size " + std::to_string(row.size));
+    SCOPED_TRACE(row.record);
     auto record = Record_codec::encode("key", row.value);
-    ASSERT_EQ(record.size(), Record_codec::header_size + row.size);
+    ASSERT_EQ(record, bytes_of(row.record));
     auto const back = Record_codec::decode("key", record.data(), record.size());
     ASSERT_TRUE(std::holds_alternative<KvsType>(back)) << std::get<std::string>(back);
     auto const& value = std::get<KvsType>(back);
-    EXPECT_TRUE(row.same(value));
-    EXPECT_EQ(Record_codec::content_size(value), row.size);
+    EXPECT_EQ(getters[row.getter](value), row.content);
+    EXPECT_EQ(Record_codec::content_size(value), record.size() - Record_codec::header_size);
     for (std::size_t getter = 0; getter < getters.size(); ++getter) {
       if (getter != row.getter) {
         EXPECT_THROW(getters[getter](value), ExceptionLogicError);
@@ -77,10 +83,13 @@ TEST(A_value, comes_back_from_its_record_and_no_flipped_bit_or_other_getter_pass
   }
 }
 
-TEST(A_value, has_the_record_that_other_machines_know) {
-  // type, CRC-32 of (3 as 8 bytes, "key", type, content), content; all little-endian
-  std::vector<std::uint8_t> const expected{4, 0x29, 0xE9, 0x61, 0x4F, 0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01};
-  EXPECT_EQ(Record_codec::encode("key", KvsType(std::uint64_t{0x0102030405060708})), expected);
+TEST(A_store, says_of_itself_what_other_machines_know) {
+  per::Store_summary summary{1, {2, 3, 4}};
+  summary.add_key("key");
+  summary.add_key("\xFF");
+  // five numbers, the sum of both keys' 64-bit FNV-1a, and the CRC-32 of all that; little-endian
+  EXPECT_EQ(summary.encode(), bytes_of("0100000000000000 0200000000000000 0300000000000000 "
+                                       "0400000000000000 0200000000000000 5AFC5DBC65BC2DED F54B4A51"));
 }
 
 TEST(A_value, leaves_a_buffer_of_another_size_alone) {
@@ -96,15 +105,15 @@ TEST(A_value, leaves_a_buffer_of_another_size_alone) {
 TEST(A_name, becomes_a_file_name_of_its_own_and_back) {
   using per::escape;
   using per::unescape;
-  for (auto const& [name, file_name] : std::vector<std::pair<std::string, std::string>>{{"a_B-9", "a_B-9"},
-                                                                                        {"", "%"},
-                                                                                        {".", "%2E"},
-                                                                                        {"a.b", "a.b"},
-                                                                                        {"a/b", "a%2Fb"},
-                                                                                        {"%", "%25"},
-                                                                                        {"..", "%2E."},
-                                                                                        {std::string("\0", 1), "%00"},
-                                                                                        {"\xC3\xA4", "%C3%A4"}}) {
+  for (auto const& [name, file_name] : std::vector<std::array<std::string, 2>>{{"a_B-9", "a_B-9"},
+                                                                               {"", "%"},
+                                                                               {".", "%2E"},
+                                                                               {"a.b", "a.b"},
+                                                                               {"a/b", "a%2Fb"},
+                                                                               {"%", "%25"},
+                                                                               {"..", "%2E."},
+                                                                               {std::string("\0", 1), "%00"},
+                                                                               {"\xC3\xA4", "%C3%A4"}}) {
     EXPECT_EQ(escape(name), file_name);
     EXPECT_EQ(unescape(file_name), name);
   }
