@@ -12,7 +12,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -167,6 +166,13 @@ class Child {
   Child(Child const&) = delete;
   Child& operator=(Child const&) = delete;
 
+  /// Returns when it has stopped itself.
+  void await_stop() const {
+    int status = 0;
+    waitpid(pid_, &status, WUNTRACED);
+    ASSERT_TRUE(WIFSTOPPED(status));
+  }
+  void go_on() const { kill(pid_, SIGCONT); }
   /// -1 when a signal ended it.
   int exit_code() {
     int status = 0;
@@ -176,25 +182,6 @@ class Child {
 
  private:
   pid_t pid_;
-};
-
-/// Lets one process tell another that it got somewhere.
-class Signpost {
- public:
-  Signpost() : event_(eventfd(0, EFD_SEMAPHORE)) {}
-  ~Signpost() { close(event_); }
-  Signpost(Signpost const&) = delete;
-  Signpost& operator=(Signpost const&) = delete;
-
-  void reach() const { ASSERT_EQ(eventfd_write(event_, 1), 0); }
-  /// Returns when the other one got there; the test program's time limit bounds it.
-  void wait() const {
-    eventfd_t count = 0;
-    ASSERT_EQ(eventfd_read(event_, &count), 0);
-  }
-
- private:
-  int event_;
 };
 
 }  // namespace per_test

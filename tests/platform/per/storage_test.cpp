@@ -68,19 +68,16 @@ TEST_F(A_storage, is_one_for_all_who_open_it_in_a_process) {
 }
 
 TEST_F(A_storage, waits_for_another_process_and_is_then_refused_or_served) {
-  Signpost opened;
-  Signpost end;
   Child other([&] {
     Storage const storage(machine.settings);
     machine.commit_once();
-    opened.reach();
-    end.wait();
+    raise(SIGSTOP);
   });
-  opened.wait();
+  other.await_stop();
   EXPECT_THAT([&] { Storage{machine.settings}; }, ThrowsMessage<ExceptionPhysicalStorageError>(AllOf(
                                                       HasSubstr("\"store\""), HasSubstr("in use by another process"))));
   machine.settings.lock_wait = std::chrono::seconds{60};
-  end.reach();
+  other.go_on();
   EXPECT_EQ(Storage(machine.settings).get("k"), "v");
   EXPECT_EQ(other.exit_code(), 0);
 }
