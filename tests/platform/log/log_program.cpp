@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that logs as the test tells it: log_program MODE. Commands come as lines on standard input, a socket; the
-// thread that has done one reports its id there.
+// A program that logs as the test tells it: log_program MODE. Commands come as lines on standard input, a socket; a
+// byte goes back when one is done.
 #include <chrono>
-#include <csignal>
 #include <cstdint>
 #include <iostream>
 #include <limits>
@@ -24,11 +23,6 @@ struct Logs_at_exit {
   ~Logs_at_exit() { log::LogInfo() << "from a static destructor"; }
 } const logs_at_exit;
 
-void report(int /*signal*/ = 0) {
-  auto const thread = gettid();
-  [[maybe_unused]] auto const written = write(STDIN_FILENO, &thread, sizeof thread);
-}
-
 void log_types() {
   log::CreateLogger("DATA", "data").LogWarn()
       << true << std::int8_t{-5} << std::uint8_t{200} << 'A' << std::int16_t{-300} << std::uint16_t{60000} << -7 << 7U
@@ -36,33 +30,20 @@ void log_types() {
       << "a\0\n\x1b\xff"s << std::string_view("\u00e9") << static_cast<char const*>(nullptr);
 }
 
-void log_from_threads() {
+/// From several threads at once.
+void log_lines(int count) {
+  constexpr int thread_count = 4;
   std::vector<std::thread> threads;
-  threads.reserve(4);
-  for (int number = 0; number < 4; ++number) {
-    threads.emplace_back([number] {
-      for (int i = 0; i < 250; ++i) {
-        log::CreateLogger("T" + std::to_string(i % 20), "threads").LogDebug() << number << i << "from a thread";
+  for (int number = 0; number < thread_count; ++number) {
+    threads.emplace_back([number, count] {
+      for (int i = number; i < count; i += thread_count) {
+        log::CreateLogger("T" + std::to_string(i % 20), "threads").LogDebug()
+            << "a line of ordinary length, number" << i;
       }
     });
   }
   for (auto& thread : threads) {
     thread.join();
-  }
-}
-
-/// Signals reach the main thread inside sigsuspend only; at all other times they wait or find another thread.
-void serve_signals() {
-  sigset_t terminate{};
-  sigset_t open{};
-  sigemptyset(&terminate);
-  sigaddset(&terminate, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &terminate, &open);
-  (void)std::signal(SIGTERM, report);
-  report();
-  for (int i = 0; i < 1000; ++i) {
-    sigsuspend(&open);
-    log::LogDebug() << "signal" << i;
   }
 }
 
@@ -80,13 +61,7 @@ void obey(std::string const& command, int argument, log::LogMode mode) {
   } else if (command == "types") {
     log_types();
   } else if (command == "lines") {
-    for (int i = 0; i < argument; ++i) {
-      log::LogDebug() << "a line of ordinary length with its number" << i;
-    }
-  } else if (command == "threads") {
-    log_from_threads();
-  } else if (command == "signals") {
-    serve_signals();
+    log_lines(argument);
   } else if (command == "await-level" && !await_level(argument)) {
     std::exit(2);
   } else if (command == "say") {
@@ -107,7 +82,7 @@ int main(int, char** arguments) {
     int argument = 0;
     words >> command >> argument;
     obey(command, argument, mode);
-    report();
+    [[maybe_unused]] auto const written = write(STDIN_FILENO, "", 1);
   }
   log::LogDebug() << "end";
 }

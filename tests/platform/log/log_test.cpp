@@ -4,8 +4,6 @@
 #include <array>
 #include <chrono>
 #include <limits>
-#include <memory>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -82,15 +80,6 @@ TEST(ARecord, HasAtMost255PiecesAndTheLastOneMarksTheCut) {
   auto expected = std::vector<Recorded_piece>(254, false);
   expected.emplace_back("[cut]"s);
   EXPECT_EQ(sink.take().at(0).pieces, expected);
-}
-
-TEST(ADisabledStream, StoresNothing) {
-  alignas(ara::log::LogStream) std::array<unsigned char, sizeof(ara::log::LogStream)> memory{};
-  auto* const stream = new (memory.data()) ara::log::LogStream(nullptr, LogLevel::kInfo);
-  auto const before = memory;
-  *stream << "text" << 1 << 2.5 << true << "string"s << 1.5F << 'c' << 8U;
-  EXPECT_EQ(memory, before);
-  std::destroy_at(stream);
 }
 
 TEST(ALogger, IsEnabledDownToWhatTheMostCuriousSinkTakes) {
