@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the tester's tool makes of an entity's bytes. First byte: whether they are the whole conversation or only the
-// record of the report, whether they are shown, and how wide the table is; second byte: the size of the pieces. However
-// they are cut, they say the same; what is shown of it is fit for a terminal, and its JSON holds the figures of the
-// record.
+// What the tester's tool makes of an entity's bytes. First byte: whether they are a conversation or the record of a
+// report, and how wide the table is; second byte: the size of the pieces. However a conversation is cut, it says the
+// same; what is shown of a report is fit for a terminal, and its JSON holds every application.
 #include <memory>
-#include <optional>
 #include <sstream>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
-#include "machine/diagnostic_manager/doip/messages.h"
 #include "machine/flashwatch_read/identifier_reader.h"
 #include "machine/flashwatch_read/json_text.h"
 #include "machine/flashwatch_read/table.h"
@@ -43,20 +41,6 @@ class Given_stream final : public Byte_stream_if {
   std::size_t piece_;
 };
 
-/// An entity's whole side of a reading of `record`.
-Bytes conversation_about(Bytes const& record) {
-  namespace doip = machine::diagnostic_manager::doip;
-  Bytes response{0x62, 0x17, 0xF0};
-  response.insert(response.end(), record.begin(), record.end());
-  Bytes stream = doip::routing_activation_response(2, settings.tester_address, settings.entity_address,
-                                                   doip::Activation_code::activated);
-  for (Bytes const& said : {response, Bytes{0x62, 0x17, 0xF2, 0x01}}) {
-    auto const message = doip::diagnostic_message(2, settings.entity_address, settings.tester_address, said);
-    stream.insert(stream.end(), message.begin(), message.end());
-  }
-  return stream;
-}
-
 void check_json(std::string const& text, Report const& report) {
   auto const applications = nlohmann::json::parse(text).at("applications");
   require(std::equal(applications.begin(), applications.end(), report.entries.begin(), report.entries.end(),
@@ -72,28 +56,23 @@ void check_plain_lines(std::string const& text) {
   }
 }
 
-/// What the entity said, as words and figures; why nothing, in one line.
-struct Said {
-  bool operator==(Said const& other) const { return error == other.error && figures == other.figures; }
-  std::optional<Reading> reading;
-  std::string error;
-  std::vector<std::uint64_t> figures;
-};
+/// What the entity said: why nothing, or its figures.
+using Said = std::pair<std::string, std::vector<std::uint64_t>>;
 
 Said listen(Bytes const& stream, std::size_t piece) {
   Said said;
+  auto& [error, figures] = said;
   try {
     Doip_session session(std::make_unique<Given_stream>(stream, piece), settings);
     session.activate_routing();
-    said.reading = read_figures(session, settings);
-    auto const& report = said.reading->report;
-    said.figures = {report.announced, report.left_over_bytes};
+    auto const report = read_figures(session, settings).report;
+    figures = {report.announced, report.left_over_bytes};
     for (auto const& entry : report.entries) {
-      said.figures.insert(said.figures.end(), {entry.scid, entry.soft_limit, entry.total_write, entry.session_write});
+      figures.insert(figures.end(), {entry.scid, entry.soft_limit, entry.total_write, entry.session_write});
     }
-  } catch (Read_error const& error) {
-    said.error = error.what();
-    require(fuzz::is_one_plain_line(said.error), "an error is one line");
+  } catch (Read_error const& refused) {
+    error = refused.what();
+    require(fuzz::is_one_plain_line(error), "an error is one line");
   }
   return said;
 }
@@ -117,10 +96,9 @@ void fuzz::check(Input input) {
   unsigned const choice = input.u8();
   std::size_t const piece = input.u8() + std::size_t{1};
   auto const bytes = input.rest();
-  auto const stream = (choice & 1U) != 0 ? bytes : conversation_about(bytes);
-  auto const said = same_in_pieces(stream, piece, listen);
-  // Showing takes a hundred times longer than reading.
-  if (said.reading && (choice & 6U) == 0) {
-    show(*said.reading, std::size_t{40} + choice / 2);
+  if ((choice & 1U) != 0) {
+    same_in_pieces(bytes, piece, listen);
+  } else if (auto const report = parse_report(bytes)) {
+    show({*report, true, {}, false}, std::size_t{40} + choice / 2);
   }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What goes to and comes from the services, behind a byte that chooses the wire format and one that chooses the value:
-// the arguments and the result of either data identifier, or the answer to get_KVS_statistics.
+// the arguments, the result and the error of either data identifier, or the answer to get_KVS_statistics.
 #include <optional>
 #include <stdexcept>
 
@@ -60,13 +60,25 @@ void check_wire_value(Bytes payload, Wire_format const& format, Read const& read
   require(!exact || rewritten(*once, format, read, write) == once, "what was written reads as what it was");
 }
 
+/// The payload of an error answer.
+template <typename Failure>
+void check_failure(Bytes const& payload) {
+  try {
+    Failure const failure(payload);
+    Bytes written;
+    failure.serialize(written);
+    require(Failure(written).response_code() == failure.response_code(), "an error survives the wire");
+  } catch (std::out_of_range const&) {
+  }
+}
+
 }  // namespace
 
 void fuzz::check(Input input) {
   namespace diag = halden::services::diag;
   namespace per = orvel::persistency;
   auto const format = wire_format(input.u8());
-  unsigned const value = input.u8() % 4;
+  unsigned const value = input.u8() % 5;
   auto const payload = input.rest();
   if (value == 0) {
     check_wire_value(payload, format, diag::read_meta_info, diag::write_meta_info);
@@ -74,7 +86,10 @@ void fuzz::check(Input input) {
     check_wire_value(payload, format, diag::d_17f0::read_read_output, diag::d_17f0::write_read_output);
   } else if (value == 2) {
     check_wire_value(payload, format, diag::d_17f2::read_read_output, diag::d_17f2::write_read_output);
-  } else {
+  } else if (value == 3) {
     check_wire_value(payload, format, per::read_kvs_statistics, per::write_kvs_statistics);
+  } else {
+    check_failure<diag::d_17f0::DataIdentifier_FlashwatchReport::UDSServiceFailed>(payload);
+    check_failure<diag::d_17f2::DataIdentifier_EMMCBudgetExceedance::UDSServiceFailed>(payload);
   }
 }
