@@ -8,15 +8,13 @@ import tempfile
 
 from process import Process
 from someip_client import Someip_client
-from someip_node import RESPONSE, Someip_node
+from someip_node import RESPONSE
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 STATISTICS, REPORT, EXCEEDANCE = 24577, 24592, 24594
 PORTS = {STATISTICS: 30501, REPORT: 30510, EXCEEDANCE: 30511}
 RESPONSE_TIME_MS = 1500
 MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # a disk takes its time over a thousand folders
-CONFIGURATION = {"pm_instance_id": "persistency_statistics", "own_instance_id": "flashwatch_diagnostics",
-                 "log_period": 1}
 SCIDS = {"mappings": [{"app_name": name, "scid": scid} for name, scid in (
     ("flashwatch", 0x1000), ("alpha", 0x1234), ("omega", 0xFFFFFFFFFFFFFFFF))]}
 
@@ -62,16 +60,13 @@ class Machine:
         self.folder.cleanup()
 
     @staticmethod
-    def configure(configuration=CONFIGURATION):
+    def configure(configuration):
         """flashwatch's files: only one machine at a time has them in /etc."""
         for name, content in (("flashwatch", configuration), ("scid_mapping", SCIDS)):
             pathlib.Path(f"/etc/{name}.json").write_text(json.dumps(content))
 
     def address(self, name="flashwatch"):
         return self.manifest["processes"][name]["address"]
-
-    def played(self, number, services):
-        return Someip_node(self.network + str(number), self.discovery["group"], services, self.discovery["port"])
 
     def start(self, name="flashwatch", **options):
         return Process(str(self.programs / name), name, self.manifest, **options)

@@ -1,11 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """A process of the machine that offers SOME/IP services, played by scapy: service discovery and TCP on one address."""
 import contextlib
-import select
 import socket
 import struct
 import threading
-import time
 
 from scapy.config import conf
 
@@ -13,14 +11,14 @@ conf.ipv6_enabled = False
 from scapy.contrib.automotive.someip import SD, SOMEIP, SDEntry_Service, SDOption_IP4_EndPoint  # noqa: E402
 from scapy.packet import Raw  # noqa: E402
 
-RESPONSE, ERROR = 0x80, 0x81
-OFFER_PERIOD, LIMIT = 0.2, 30  # seconds
+RESPONSE = 0x80
+OFFER_PERIOD, LIMIT = 0.05, 30  # seconds; a search lasts longer than the period
 
 
 class Service:
-    """One offered service. `behaviour` maps a request's payload to (message type, return code, payload), or to None:
-    then nothing is answered until `release`. With a fourth value, a number, the connection is closed after so many
-    bytes of the answer."""
+    """One offered service. `behaviour` gives (message type, return code, payload) for a request, or None: then nothing
+    is answered until `release`. With a fourth value, a number, the connection is closed after so many bytes of the
+    answer."""
 
     def __init__(self, service_id, port, behaviour):
         self.service_id, self.port, self.behaviour = service_id, port, behaviour
@@ -28,39 +26,29 @@ class Service:
 
 
 class Someip_node:
-    def __init__(self, address, group, services, sd_port=30490):
-        self.address, self.services = address, services
-        self.discovery, self.group = (address, sd_port), (group, sd_port)
-        self.session, self.ends = 0, False
+    """Offers again and again, and looks at no datagram."""
+
+    def __init__(self, address, group, sd_port, services):
+        self.address, self.services, self.group = address, services, (group, sd_port)
+        self.session, self.ends, self.streams = 0, threading.Event(), []
         self.changed = threading.Condition()
-        own = socket.inet_aton(address)
-        self.unicast, multicast = (self._bound(socket.SOCK_DGRAM, at) for at in (self.discovery, self.group))
-        self.unicast.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, own)
-        multicast.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, socket.inet_aton(group) + own)
-        self.ears, self.streams = [self.unicast, multicast], []
+        self.multicast = self._bound(socket.SOCK_DGRAM, (address, sd_port))
+        self.multicast.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, socket.inet_aton(address))
         for service in services:
             listener = self._bound(socket.SOCK_STREAM, (address, service.port))
             listener.listen(64)
             self._run(self._accept, listener, service)
-        self.thread = self._run(self._discover)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.end()
+        self.thread = self._run(self._keep_offering)
 
     def end(self, silent=False):
         """Stops offering and closes everything; silent: without saying so, as a killed process does."""
-        self.ends = True
-        self.unicast.sendto(b"", self.discovery)
+        self.ends.set()
         self.thread.join(LIMIT)
         if not silent:
             self._offer(ttl=0)
         for each in self.streams:
             self._close(each)
-        for each in self.ears:
-            each.close()
+        self.multicast.close()
 
     def release(self):
         """Answers what was withheld, by today's behaviour."""
@@ -94,16 +82,9 @@ class Someip_node:
             stream.shutdown(socket.SHUT_RDWR)  # wakes the thread that reads
         stream.close()
 
-    def _discover(self):
-        due = time.monotonic()
-        while not self.ends:
-            if time.monotonic() >= due:
-                self._offer()
-                due = time.monotonic() + OFFER_PERIOD
-            for ear in select.select(self.ears, [], [], max(0, due - time.monotonic()))[0]:
-                datagram, sender = ear.recvfrom(65536)
-                if sender[0] != self.address and any(entry.type == 0 for entry in SOMEIP(datagram)[SD].entry_array):
-                    self._offer()
+    def _keep_offering(self):
+        while not self.ends.wait(OFFER_PERIOD if self.session else 0):
+            self._offer()
 
     def _offer(self, ttl=3):
         self.session = self.session % 0xFFFF + 1
@@ -114,7 +95,7 @@ class Someip_node:
         discovery.set_optionArray([SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=service.port)
                                    for service in self.services])
         header = SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=self.session)
-        self.unicast.sendto(bytes(header / discovery), self.group)
+        self.multicast.sendto(bytes(header / discovery), self.group)
 
     def _accept(self, listener, service):
         self.streams.append(listener)
@@ -134,7 +115,7 @@ class Someip_node:
         self._close(connection)
 
     def _answer(self, connection, service, request):
-        answer = service.behaviour(bytes(request.payload))
+        answer = service.behaviour()
         if answer is None:
             service.withheld.append((connection, request))
             return

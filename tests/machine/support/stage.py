@@ -6,8 +6,9 @@ then has an /etc of its own), the abbreviations of its texts, the answers of the
 before all rows ("first"), before each ("before") and at the end ("last"), and the rows, one after the other. A row is a
 list of lines, each of which holds steps separated by semicolons: those of conversation.py, and
 
-  PROCESS starts [in vain / hastily / at N / on a full disk]    in vain: not ready yet, or never; hastily: its minutes
-                          take 300 ms; at N: its clock stands still N seconds after 2027-03-01
+  PROCESS starts [in vain / hastily / at N / elsewhere / on a full disk]    in vain: not ready yet, or never; hastily:
+                          its minutes take 300 ms; at N: its clock stands still N seconds after 2027-03-01; elsewhere:
+                          on the other host of a group that has two
   PROCESS ends CODE [SIGNAL [promptly]]         by a signal; promptly: within a second
   PROCESS refuses WORDS   ends by itself with code 1, having logged the words
   PROCESS has room        its disk is full no more
@@ -23,7 +24,9 @@ list of lines, each of which holds steps separated by semicolons: those of conve
   report / budget awaits PATTERN        the same, again and again until it is heard
   report / budget sends HEX / hears HEX on a connection of the row; "closed" is heard, too
   stores vanish / return / hold PATTERN the root of all storages
+  cable up / down                       between both hosts
 """
+import contextlib
 import json
 import os
 import re
@@ -37,7 +40,8 @@ from functools import partial
 from conversation import Conversation
 from machine import EXCEEDANCE, PORTS, REPORT, STATISTICS, Machine, statistics
 from process import LIMIT
-from someip_node import Service
+from someip_node import Service, Someip_node
+from two_hosts import INSIDE_OTHER, cable, two_hosts
 
 PLAYED = {"statistics": STATISTICS, "17F0": REPORT, "17F2": EXCEEDANCE}
 READ_BY = {"report": REPORT, "budget": EXCEEDANCE}
@@ -83,6 +87,8 @@ def how(words):
             return {"expect_ready": False, "prepare": fill_the_disk}
         case ["in", "vain"]:
             return {"expect_ready": False}
+        case ["elsewhere"]:
+            return {"inside": INSIDE_OTHER}
     return {}
 
 
@@ -125,6 +131,8 @@ class Stage(Machine):
             self.reader(who, what, " ".join(words))
         elif who == "peers":
             self.peers(what)
+        elif who == "cable":
+            cable(what)
         elif who == "stores" and what == "hold":
             assert list(self.stores.glob(*words)), f"they hold {[*self.stores.rglob('*')]}"
         elif who == "stores":
@@ -138,10 +146,10 @@ class Stage(Machine):
             self.node.end(silent=what == "vanish")
             self.node = None
         if what == "come":
-            self.node = self.played(101, [Service(PLAYED[which], PORTS[PLAYED[which]], partial(self.answer, which))
-                                          for which in self.answers])
+            services = [Service(PLAYED[which], PORTS[PLAYED[which]], partial(self.answer, which)) for which in self.answers]
+            self.node = Someip_node(self.network + "101", self.discovery["group"], self.discovery["port"], services)
 
-    def answer(self, which, _):
+    def answer(self, which):
         words = self.words[which]
         return self.answers[which][words.pop(0) if len(words) > 1 else words[0]]
 
@@ -211,7 +219,7 @@ class Stage(Machine):
 
 def rows(file, programs):
     for group in json.loads(file.read_text()):
-        with Stage(programs, group) as stage:
+        with two_hosts() if "hosts" in group else contextlib.nullcontext(), Stage(programs, group) as stage:
             stage.play(group.get("first", []))
             for name, lines in group["rows"].items():
                 yield name, partial(stage.play_row, lines)
