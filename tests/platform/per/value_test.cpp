@@ -49,13 +49,13 @@ std::vector<Row> values() {
       {KvsType(true), "06 EEAFD92A 01", 5, "1"}};
 }
 
-TEST(A_value, comes_back_from_its_record_and_no_flipped_bit_or_other_getter_passes) {
+TEST(A_value, comes_back_from_its_record_and_no_other_getter_key_or_size_passes) {
   auto const is_damaged = [](std::string const& key, Bytes const& record, std::size_t size) {
     return std::holds_alternative<std::string>(Record_codec::decode(key, record.data(), size));
   };
   for (auto const& row : values()) {
     SCOPED_TRACE(row.record);
-    auto record = Record_codec::encode("key", row.value);
+    auto const record = Record_codec::encode("key", row.value);
     ASSERT_EQ(record, bytes_of(row.record));
     auto const back = Record_codec::decode("key", record.data(), record.size());
     ASSERT_TRUE(std::holds_alternative<KvsType>(back)) << std::get<std::string>(back);
@@ -70,11 +70,6 @@ TEST(A_value, comes_back_from_its_record_and_no_flipped_bit_or_other_getter_pass
     EXPECT_TRUE(is_damaged("kex", record, record.size()));
     for (std::size_t size = 0; size < record.size(); ++size) {
       EXPECT_TRUE(is_damaged("key", record, size));
-    }
-    for (std::size_t bit = 0; bit < 8 * record.size(); ++bit) {
-      record[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
-      EXPECT_TRUE(is_damaged("key", record, record.size()));
-      record[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
     }
   }
   for (auto const& getter : getters) {
@@ -105,15 +100,10 @@ TEST(A_value, leaves_a_buffer_of_another_size_alone) {
 TEST(A_name, becomes_a_file_name_of_its_own_and_back) {
   using per::escape;
   using per::unescape;
-  for (auto const& [name, file_name] : std::vector<std::array<std::string, 2>>{{"a_B-9", "a_B-9"},
-                                                                               {"", "%"},
-                                                                               {".", "%2E"},
-                                                                               {"a.b", "a.b"},
-                                                                               {"a/b", "a%2Fb"},
-                                                                               {"%", "%25"},
-                                                                               {"..", "%2E."},
-                                                                               {std::string("\0", 1), "%00"},
-                                                                               {"\xC3\xA4", "%C3%A4"}}) {
+  std::map<std::string, std::string> const file_names{{"", "%"},          {"%", "%25"},   {".", "%2E"},
+                                                      {"..", "%2E."},     {"a.b", "a.b"}, {"a/b", "a%2Fb"},
+                                                      {"a_B-9", "a_B-9"}, {"\0"s, "%00"}, {"\xC3\xA4", "%C3%A4"}};
+  for (auto const& [name, file_name] : file_names) {
     EXPECT_EQ(escape(name), file_name);
     EXPECT_EQ(unescape(file_name), name);
   }
