@@ -17,23 +17,22 @@ using fuzz::require;
 class Slow_identifier final : public uds::Data_identifier_if {
  public:
   std::unique_ptr<uds::Running_read_if> read(uds::Session /*session*/, uds::Read_done done) override {
-    waiting_ = std::make_shared<uds::Read_done>(std::move(done));
-    return std::make_unique<Running>(waiting_);
+    auto running = std::make_unique<Running>();
+    running->done = std::make_shared<uds::Read_done>(std::move(done));
+    waiting_ = running->done;
+    return running;
   }
   void answer(uds::Read_outcome outcome) {
-    if (auto const waiting = std::exchange(waiting_, nullptr); waiting && *waiting) {
-      auto const done = *waiting;
-      done(std::move(outcome));
+    if (auto const done = std::exchange(waiting_, {}).lock()) {
+      (*done)(std::move(outcome));
     }
   }
 
  private:
   struct Running final : uds::Running_read_if {
-    explicit Running(std::shared_ptr<uds::Read_done> waiting) : done(std::move(waiting)) {}
-    ~Running() override { *done = nullptr; }
     std::shared_ptr<uds::Read_done> done;
   };
-  std::shared_ptr<uds::Read_done> waiting_;
+  std::weak_ptr<uds::Read_done> waiting_;
 };
 
 class Conversation {

@@ -1,25 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Plays a conversation between testers and the diagnostic manager, written as steps separated by semicolons:
-
-  1 opens                 tester 1 connects (its logical address is 0E81, tester 2's 0E82, ...)
-  1 is 0E85               from now on it uses another logical address
-  1 activates [NN]        asks for routing activation (of a type)
-  1 joins                 opens, activates, and hears that it is activated
-  1 sends HEX / drips HEX as it stands / byte by byte
-  1 asks HEX / all HEX    a UDS request to the entity / to all entities; with an answer behind it, what is heard then:
-                          the acknowledgement and, unless it is "-", a response
-  1 floods HEX            asks that and hears nothing, until the connection is reset
-  1 is alive              answers an alive check
-  1 leaves / breaks off   closes / resets the connection
-  1 ends                  says that it will send no more
-  1 hears WORDS           the next message; with "after N", no sooner than N ms after the step before
-  1 finally hears WORDS   the next but for acknowledgements and pending responses
-  1 reads HEX RESPONSE    asks for identifiers, and what it then finally hears
-  1 awaits HEX RESPONSE   the same, again and again until it is heard
-  udp sends / broadcasts HEX / hears WORDS / awaits HEX WORDS (with which the answer begins)
-  ear hears WORDS         what is broadcast to the testers' port, from the step "ear opens" on
-  WHO WHAT ...            somebody else of the machine does that
-"""
+"""Plays the steps of testers, and leaves those of all others to somebody else. ../README.md says what they do."""
 import contextlib
 import socket
 import time

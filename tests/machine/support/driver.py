@@ -4,7 +4,7 @@
 
   driver.py FILE PROGRAMS [WORD]   only the rows whose name holds WORD
 
-The file is one of stage.py's, or has a function `rows(programs)` that yields each row's name and test. Where it
+The file is JSON (see ../README.md), or has a function `rows(programs)` that yields each row's name and test. Where it
 configures flashwatch, it runs with an /etc of its own laid over the host's.
 """
 import contextlib

@@ -13,7 +13,6 @@ from someip_node import RESPONSE
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 STATISTICS, REPORT, EXCEEDANCE = 24577, 24592, 24594
 PORTS = {STATISTICS: 30501, REPORT: 30510, EXCEEDANCE: 30511}
-RESPONSE_TIME_MS = 1500
 MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # a disk takes its time over a thousand folders
 SCIDS = {"mappings": [{"app_name": name, "scid": scid} for name, scid in (
     ("flashwatch", 0x1000), ("alpha", 0x1234), ("omega", 0xFFFFFFFFFFFFFFFF))]}
@@ -49,9 +48,9 @@ class Machine:
         self.network = f"127.{64 + (pid >> 8 & 0x3F)}.{pid & 0xFF}."
         for number, process in enumerate(self.manifest["processes"].values(), 1):
             process["address"] = self.network + str(number)
-        self.discovery, self.limits = (self.manifest["communication"][name] for name in ("discovery", "limits"))
-        self.discovery.update(group=f"239.251.{pid >> 8 & 0xFF}.{pid & 0xFF}", port=30491)
-        self.limits["response_time_ms"] = RESPONSE_TIME_MS
+        communication = self.manifest["communication"]
+        communication["discovery"].update(group=f"239.251.{pid >> 8 & 0xFF}.{pid & 0xFF}", port=30491)
+        communication["limits"]["response_time_ms"] = 1500
 
     def __enter__(self):
         return self

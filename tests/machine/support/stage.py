@@ -1,31 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Plays what a JSON file tells of the machine's processes, their peers and their testers.
-
-The file has groups. A group is a machine of its own: what is changed in its manifest, flashwatch's configuration (it
-then has an /etc of its own), the abbreviations of its texts, the answers of the services that are played, the steps
-before all rows ("first"), before each ("before") and at the end ("last"), and the rows, one after the other. A row is a
-list of lines, each of which holds steps separated by semicolons: those of conversation.py, and
-
-  PROCESS starts [in vain / hastily / at N / elsewhere / on a full disk]    in vain: not ready yet, or never; hastily:
-                          its minutes take 300 ms; at N: its clock stands still N seconds after 2027-03-01; elsewhere:
-                          on the other host of a group that has two
-  PROCESS ends CODE [SIGNAL [promptly]]         by a signal; promptly: within a second
-  PROCESS refuses WORDS   ends by itself with code 1, having logged the words
-  PROCESS has room        its disk is full no more
-  PROCESS gets SIGNAL / stops / continues / dies
-  PROCESS tells STATE     to its service manager
-  PROCESS logs WORDS      behind what the step before of this kind found in this row
-  PROCESS omits WORDS     they were not logged in this row
-  PROCESS settles / rests it has no more descriptors open than it had when it settled
-  peers come / go / vanish              what is played is offered, withdrawn, or gone without a word
-  statistics / 17F0 / 17F2 WORD[,WORD]  how the played service answers from now on, one after the other
-  statistics / 17F0 / 17F2 keeps        until a request waits for its answer
-  report / budget reads PATTERN         flashwatch's answer to Read: type/return code, payload
-  report / budget awaits PATTERN        the same, again and again until it is heard
-  report / budget sends HEX / hears HEX on a connection of the row; "closed" is heard, too
-  stores vanish / return / hold PATTERN the root of all storages
-  cable up / down                       between both hosts
-"""
+"""Plays a JSON file of the machine's tests: the processes, their peers and their testers. ../README.md says what the
+steps do."""
 import contextlib
 import json
 import os
@@ -147,7 +122,8 @@ class Stage(Machine):
             self.node = None
         if what == "come":
             services = [Service(PLAYED[which], PORTS[PLAYED[which]], partial(self.answer, which)) for which in self.answers]
-            self.node = Someip_node(self.network + "101", self.discovery["group"], self.discovery["port"], services)
+            discovery = self.manifest["communication"]["discovery"]
+            self.node = Someip_node(self.network + "101", discovery["group"], discovery["port"], services)
 
     def answer(self, which):
         words = self.words[which]
