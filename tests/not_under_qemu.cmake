@@ -6,7 +6,6 @@ set(CTEST_CUSTOM_TESTS_IGNORE
   discovery_peer_test                # multicast
   com_runtime_test                   # multicast
   com_server_test                    # multicast
-  per_crash_test                     # kills processes in the middle of a write: it would be the emulator that dies
   log_process_test                   # starts and kills programs of its own, which only the emulator can start
   flashwatch_read_tool_test          # starts the tool, which only the emulator can start
   machine_runner_test                # starts the programs of a machine

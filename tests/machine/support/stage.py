@@ -7,9 +7,7 @@ import os
 import re
 import resource
 import signal
-import sysconfig
 import time
-from datetime import datetime, timezone
 from functools import partial
 
 from conversation import Conversation
@@ -20,8 +18,6 @@ from two_hosts import INSIDE_OTHER, cable, two_hosts
 
 PLAYED = {"statistics": STATISTICS, "17F0": REPORT, "17F2": EXCEEDANCE}
 READ_BY = {"report": REPORT, "budget": EXCEEDANCE}
-FAKETIME = f"/usr/lib/{sysconfig.get_config_var('MULTIARCH')}/faketime/libfaketime.so.1"
-FIRST_USE = datetime(2027, 3, 1, tzinfo=timezone.utc).timestamp()
 
 
 def answer_of(told, texts):
@@ -40,11 +36,6 @@ def merged(document, changes):
             for name in {**document, **changes} if changes.get(name, "") is not None}
 
 
-def preload(library, **variables):
-    sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
-    return {"LD_PRELOAD": library, "ASAN_OPTIONS": sanitizer, **variables}
-
-
 def fill_the_disk():
     signal.signal(signal.SIGXFSZ, signal.SIG_IGN)  # a file at its limit is an error then
     resource.setrlimit(resource.RLIMIT_FSIZE, (1024, resource.RLIM_INFINITY))
@@ -53,11 +44,9 @@ def fill_the_disk():
 def how(words):
     """The options of a start."""
     match words:
-        case ["at", seconds]:
-            stands = datetime.fromtimestamp(FIRST_USE + int(seconds), timezone.utc).strftime("%Y-%m-%d %H:%M:%S")
-            return {"variables": preload(FAKETIME, FAKETIME=stands, FAKETIME_DONT_FAKE_MONOTONIC="1", TZ="UTC")}
         case ["hastily"]:
-            return {"variables": preload(os.environ["SHORT_SLEEP"])}
+            sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
+            return {"variables": {"LD_PRELOAD": os.environ["SHORT_SLEEP"], "ASAN_OPTIONS": sanitizer}}
         case ["on", "a", "full", "disk"]:
             return {"expect_ready": False, "prepare": fill_the_disk}
         case ["in", "vain"]:
