@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The statistics service as a process, asked by an independent stack."""
+import re
 import resource
 import shutil
 import struct
@@ -22,16 +23,9 @@ def ask(machine):
         peer.send(message(STATISTICS, 1, b""))
         data = peer.next_message()
     assert describe(data).startswith("80/00"), data[:40].hex()
-    at, statistics = 24, {}
-    assert struct.unpack_from(">II", data, 16) == (len(data) - 20, len(data) - 24)
-    while at < len(data):
-        size = struct.unpack_from(">I", data, at)[0]
-        key = data[at + 4:at + 4 + size]
-        assert data[at + 4 + size:at + 8 + 2 * size + 4] == struct.pack(">II", 4 + size + 64, size) + key
-        at += 12 + 2 * size
-        statistics[key[3:-1].decode()] = struct.unpack_from(">8Q", data, at)
-        at += 64
-    return statistics
+    # key, length of the record, length of its id, which is the same text, and the numbers
+    found = re.findall(rb"\xEF\xBB\xBF([^\0]+)\0.{8}\xEF\xBB\xBF\1\0(.{64})", data, re.DOTALL)
+    return {key.decode(): struct.unpack(">8Q", numbers) for key, numbers in found}
 
 
 def many_storages(programs):
