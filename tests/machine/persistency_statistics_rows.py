@@ -52,12 +52,13 @@ def many_storages(programs):
             shutil.rmtree(machine.stores / "copy_0")
             for name in ("new", NO_TEXT):
                 copy_to(name)
+            (machine.stores / "copy_9/store.db").write_bytes(b"who has been looked into is not read again")
             (machine.stores / "bad").mkdir()
             (machine.stores / "bad/store.db").write_bytes(b"no store at all" * 500)
             for _ in range(2):
                 later = ask(machine)
                 assert set(later) == set(first) - {"copy_0"} | {"new", "bad"}, set(later) ^ set(first)
-                assert later["bad"] == (0, 0, 0, 0, 0, 0, 5, 6) and later["new"] == copy
+                assert later["bad"] == (0, 0, 0, 0, 0, 0, 5, 6) and later["new"] == later["copy_9"] == copy
             assert service.end() == 0, service.text()
         for words in ("any more: copy_0\n", "new storage: new\n", "bad/store.db", "finished\n"):
             assert service.text().count(words) == 1, f"'{words}' is not there once in:\n{service.text()}"

@@ -132,7 +132,7 @@ def rows(_):
         what_a_process_leaves_behind_is_ended_too, the_kernel_ends_everything_when_the_runner_is_killed,
         fresh_forgets_the_state_and_nothing_else_does,
         packages_installed_for_two_architectures_are_not_installed_again)}
-    tests.update({f"{row[:3]}": partial(fault, *row) for row in FAULTS})
+    tests.update({str(row): partial(fault, *row) for row in FAULTS})
     tests.update({f"{number.name} to the first of two": partial(
         a_second_machine_is_refused_and_a_signal_ends_the_first_in_order, number)
         for number in (signal.SIGTERM, signal.SIGINT)})

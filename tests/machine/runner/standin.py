@@ -21,14 +21,6 @@ if NAME == "flashwatch_read":
 MANIFEST = json.loads(pathlib.Path(os.environ["ARA_MACHINE_MANIFEST"]).read_text(encoding="utf-8"))
 assert pathlib.Path("/etc/flashwatch.json").exists() and pathlib.Path("/etc/passwd").exists()
 
-stopped = False
-
-
-def stop(*_):
-    global stopped  # pylint: disable=global-statement
-    stopped = True
-
-
 def note(event):
     with open(pathlib.Path(os.environ["STANDIN_EVENTS"]), "a", encoding="utf-8") as events:
         events.write(f"{event} {NAME}\n")
@@ -40,7 +32,6 @@ def notify(text):
         manager.send(text)
 
 
-signal.signal(signal.SIGTERM, stop)
 discovery = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
 discovery.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
 discovery.bind((MANIFEST["processes"][NAME]["address"], MANIFEST["communication"]["discovery"]["port"]))
@@ -49,10 +40,10 @@ if FAULT == "leaves a child":
     subprocess.Popen(["sleep", "1000"], cwd=os.path.dirname(sys.argv[0]))  # pylint: disable=consider-using-with
 if FAULT == "dies":
     sys.exit("cannot go on")
+signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGTERM])
 if FAULT != "never ready":
     notify(b"READY=1\nSTATUS=running")
-while not stopped:
-    signal.pause()
+signal.sigwait([signal.SIGTERM])
 note("end")
 if NAME == "flashwatch":
     for application in APPLICATIONS:

@@ -5,26 +5,25 @@ import socket
 import time
 
 from framed_stream import LIMIT
-from tester import ENTITY, EVERYBODY, PORT, Discoverer, Tester
+from tester import ENTITY, EVERYBODY, PORT, Datagrams, Tester
 
 BROADCAST = "127.255.255.255"
 TOLERANCE = 0.03  # seconds: a timer of the entity starts before the tester hears why
 
 
 class Conversation:
-    """`behave(who, word)` is for those who are no testers."""
+    """`behave(who, what, *words)` is for those who are no testers."""
 
     def __init__(self, address, behave):
         self.address, self.behave = address, behave
-        self.testers = {}
+        self.testers, self.datagrams = {}, {"udp": Datagrams()}
         self.last = time.monotonic()
-        self.udp, self.ear = Discoverer(), None
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        for each in filter(None, [*self.testers.values(), self.udp, self.ear]):
+        for each in [*self.testers.values(), *self.datagrams.values()]:
             each.close()
 
     def play(self, script):
@@ -32,12 +31,10 @@ class Conversation:
             who, what, *words = step.split()
             started = time.monotonic()
             try:
-                if who == "udp":
-                    self._udp(what, words)
-                elif who == "ear" and what == "opens":
-                    self.ear = Discoverer((BROADCAST, PORT))
-                elif who == "ear":
-                    self._expect(self.ear.hear, " ".join(words))
+                if who == "ear" and what == "opens":
+                    self.datagrams["ear"] = Datagrams((BROADCAST, PORT))
+                elif who in ("udp", "ear"):
+                    self._exchange(self.datagrams[who], what, words)
                 elif len(who) == 1:
                     self._tester(who, what, words)
                 else:
@@ -60,7 +57,7 @@ class Conversation:
         elif what == "activates":
             tester.activate(int(text or "0", 16))
         elif text == "alive":
-            tester.be_alive()
+            tester.send(bytes.fromhex(f"02FD000800000002{tester.logical:04X}"))
         elif what == "is":
             tester.logical = int(text, 16)
         elif what == "sends":
@@ -96,17 +93,17 @@ class Conversation:
         elif what != "opens":
             raise ValueError(what)
 
-    def _udp(self, what, words):
+    def _exchange(self, datagrams, what, words):
         def ask():
-            self.udp.send(words[0], self.address)
-            return self.udp.hear()[:len(" ".join(words[1:]))]
+            datagrams.send(words[0], self.address)
+            return datagrams.hear()[:len(" ".join(words[1:]))]
 
         if what == "hears":
-            self._expect(self.udp.hear, " ".join(words))
+            self._expect(datagrams.hear, " ".join(words))
         elif what == "awaits":
             self._expect(ask, " ".join(words[1:]), True)
         else:
-            self.udp.send("".join(words), BROADCAST if what == "broadcasts" else self.address)
+            datagrams.send("".join(words), BROADCAST if what == "broadcasts" else self.address)
 
     def _expect(self, hear, expected, again=False):
         heard = hear()

@@ -47,9 +47,6 @@ class Tester(Framed_stream):
     def diagnosis(self, data, target=ENTITY):
         return bytes(DoIP(payload_type=0x8001, source_address=self.logical, target_address=target) / Raw(data))
 
-    def be_alive(self):
-        self.send(bytes.fromhex(f"02FD000800000002{self.logical:04X}"))
-
     def hear(self):
         """The next message, or "closed"."""
         return describe(self.next_message())
@@ -66,7 +63,7 @@ class Tester(Framed_stream):
         return self.hear_final()
 
 
-class Discoverer:
+class Datagrams:
     """The tester's side of discovery, hearing what comes to its `own` address."""
 
     def __init__(self, own=("127.0.0.1", 0)):
