@@ -34,6 +34,7 @@ void log_types() {
 void log_lines(int count) {
   constexpr int thread_count = 4;
   std::vector<std::thread> threads;
+  threads.reserve(thread_count);
   for (int number = 0; number < thread_count; ++number) {
     threads.emplace_back([number, count] {
       for (int i = number; i < count; i += thread_count) {
