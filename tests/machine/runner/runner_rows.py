@@ -19,16 +19,7 @@ SAMPLES = {"sample_navigation", "sample_media", "sample_tripmeter"}
 NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"] if os.geteuid() == 0 else []
 
 # What is run, who misbehaves and how, and what the user is told.
-FAULTS = [
-    ("--once", WATCHER, "ends with 5", "run: flashwatch ended with code 5"),
-    ("--once", WATCHER, "forgets media", "run: flashwatch logged no statistics of media"),
-    ("--once", READER, "cannot read", "run: the table cannot be read: flashwatch_read ended with code 1: "
-                                      "flashwatch_read: no answer"),
-    ("--once", "sample_media", "dies", "sample_media ended with code 1 while the machine waited for the "),
-    ("--once", "sample_media", "dies", "    cannot go on"),
-    ("--once", STATISTICS, "never ready", "run: waited 1 s in vain for READY=1 of persistency_statistics"),
-    ("--years=2", WATCHER, "stays in year 1", "run: media should be in use for 2 years now"),
-    ("--years=2", READER, "cannot read", "run: the figures cannot be read: flashwatch_read ended with ")]
+FAULTS = json.loads(pathlib.Path(__file__).with_name("faults.json").read_text())
 
 
 class Stand_ins(Run):

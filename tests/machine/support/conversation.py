@@ -60,11 +60,10 @@ class Conversation:
             tester.send(bytes.fromhex(f"02FD000800000002{tester.logical:04X}"))
         elif what == "is":
             tester.logical = int(text, 16)
-        elif what == "sends":
-            tester.send(bytes.fromhex(text))
-        elif what == "drips":
-            for byte in bytes.fromhex(text):
-                tester.send(bytes([byte]))
+        elif what in ("sends", "drips"):
+            data = bytes.fromhex(text)
+            for part in [data] if what == "sends" else map(int.to_bytes, data):
+                tester.send(part)
         elif what == "floods":
             flood = tester.diagnosis(bytes.fromhex(text)) * 64
             with contextlib.suppress(ConnectionError):

@@ -40,12 +40,10 @@ class Someip_node:
             self._run(self._accept, listener, service)
         self.thread = self._run(self._keep_offering)
 
-    def end(self, silent=False):
-        """Stops offering and closes everything; silent: without saying so, as a killed process does."""
+    def end(self):
+        """Closes everything without a word, as a killed process does."""
         self.ends.set()
         self.thread.join(LIMIT)
-        if not silent:
-            self._offer(ttl=0)
         for each in self.streams:
             self._close(each)
         self.multicast.close()
@@ -86,11 +84,11 @@ class Someip_node:
         while not self.ends.wait(OFFER_PERIOD if self.session else 0):
             self._offer()
 
-    def _offer(self, ttl=3):
+    def _offer(self):
         self.session = self.session % 0xFFFF + 1
         discovery = SD(flags=0xC0)
         discovery.set_entryArray([SDEntry_Service(
-            type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1, minor_ver=0, ttl=ttl)
+            type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1, minor_ver=0, ttl=3)
             for index, service in enumerate(self.services)])
         discovery.set_optionArray([SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=service.port)
                                    for service in self.services])

@@ -14,7 +14,7 @@ from conversation import Conversation
 from machine import EXCEEDANCE, PORTS, REPORT, STATISTICS, Machine, statistics
 from process import LIMIT
 from someip_node import Service, Someip_node
-from two_hosts import INSIDE_OTHER, cable, two_hosts
+from two_hosts import INSIDE_OTHER, ip, two_hosts
 
 PLAYED = {"statistics": STATISTICS, "17F0": REPORT, "17F2": EXCEEDANCE}
 READ_BY = {"report": REPORT, "budget": EXCEEDANCE}
@@ -96,7 +96,7 @@ class Stage(Machine):
         elif who == "peers":
             self.peers(what)
         elif who == "cable":
-            cable(what)
+            ip("link", "set", "cable", what)
         elif who == "stores" and what == "hold":
             assert list(self.stores.glob(*words)), f"they hold {[*self.stores.rglob('*')]}"
         elif who == "stores":
@@ -107,7 +107,7 @@ class Stage(Machine):
 
     def peers(self, what):
         if self.node:
-            self.node.end(silent=what == "vanish")
+            self.node.end()
             self.node = None
         if what == "come":
             services = [Service(PLAYED[which], PORTS[PLAYED[which]], partial(self.answer, which)) for which in self.answers]
@@ -161,10 +161,6 @@ class Stage(Machine):
                 process.child.send_signal(signal.Signals[text])
             case "stops":
                 process.stop()
-            case "continues":
-                process.child.send_signal(signal.SIGCONT)
-            case "dies":
-                process.end(signal.SIGKILL)
             case "tells":
                 process.await_ready(text.encode())
             case "logs":

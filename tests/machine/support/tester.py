@@ -32,7 +32,7 @@ def describe(message):
 
 
 class Tester(Framed_stream):
-    def __init__(self, address, logical=0x0E80):
+    def __init__(self, address, logical):
         super().__init__(address, PORT)
         self.logical = logical
 

@@ -8,7 +8,6 @@ import subprocess
 CLONE_NEWNET = 0x40000000  # unshare(2), which Python's library of Debian 12 does not have
 OTHER = f"flashwatch-{os.getpid()}"
 INSIDE_OTHER = ["nsenter", f"--net=/run/netns/{OTHER}"]
-HERE, THERE = "192.0.2.1/24", "192.0.2.2/24"
 
 
 class Not_here(Exception):
@@ -17,10 +16,6 @@ class Not_here(Exception):
 
 def ip(*words):
     subprocess.run(["ip", *words], check=True, capture_output=True)
-
-
-def cable(state):
-    ip("link", "set", "cable", state)
 
 
 @contextlib.contextmanager
@@ -34,7 +29,7 @@ def two_hosts():
             ip("link", "add", "cable", "type", "veth", "peer", "name", "cable", "netns", OTHER)
         except (OSError, subprocess.CalledProcessError) as error:
             raise Not_here(f"networks cannot be made here: {getattr(error, 'stderr', error)}") from None
-        for host, address in (([], HERE), (["-n", OTHER], THERE)):
+        for host, address in (([], "192.0.2.1/24"), (["-n", OTHER], "192.0.2.2/24")):
             ip(*host, "address", "add", address, "dev", "cable")
             for device in ("lo", "cable"):
                 ip(*host, "link", "set", device, "up")
