@@ -41,12 +41,16 @@ def fill_the_disk():
     resource.setrlimit(resource.RLIMIT_FSIZE, (1024, resource.RLIM_INFINITY))
 
 
+def preload(library):
+    """The environment for a program that is to have that library first."""
+    return {"LD_PRELOAD": library, "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"}
+
+
 def how(words):
     """The options of a start."""
     match words:
         case ["hastily"]:
-            sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
-            return {"variables": {"LD_PRELOAD": os.environ["SHORT_SLEEP"], "ASAN_OPTIONS": sanitizer}}
+            return {"variables": preload(os.environ["SHORT_SLEEP"])}
         case ["on", "a", "full", "disk"]:
             return {"expect_ready": False, "prepare": fill_the_disk}
         case ["in", "vain"]:
