@@ -17,6 +17,14 @@ RESPONSE, ERROR = 0x80, 0x81
 OFFER_PERIOD, LIMIT = 0.2, 30  # seconds
 
 
+def find(service_id):
+    """A datagram that asks discovery for any instance of a service."""
+    search = SD(flags=0xC0)
+    search.set_entryArray([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, minor_ver=0xFFFFFFFF,
+                                           ttl=3)])
+    return bytes(SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=1) / search)
+
+
 class Service:
     """One offered service. `behaviour` maps a request's payload to (message type, return code, payload), or to None:
     then nothing is answered until `release`. With a fourth value, a number, the connection is closed after so many
