@@ -13,6 +13,7 @@ import traceback
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(ROOT / "tests/machine" / folder) for folder in ("support", "peers")]
+subprocess.run(["ip", "link", "set", "lo", "up"], check=True)  # before scapy looks at it
 from driver import own_etc  # noqa: E402
 from machine import MEMORY  # noqa: E402; also lets the runner's modules be found
 import dlt  # noqa: E402
@@ -98,7 +99,7 @@ def soak(machine, minutes):
     print("\n| process | resident KiB | descriptors | threads |\n|---|---|---|---|")
     for name in before:
         print(f"| {name} | " + " | ".join(map(change, before[name], after[name])) + " |")
-    print("\n".join(crowd.faults))
+    print(*crowd.faults, sep="\n")
     return was_fine and is_fine and not crowd.faults and not has_grown(before, after)
 
 
@@ -141,5 +142,4 @@ if __name__ == "__main__":
     parser.add_argument("--programs", type=pathlib.Path, required=True)
     parser.add_argument("--minutes", type=float)
     parser.add_argument("--peers", type=int)
-    subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
     sys.exit(main(parser.parse_args()))

@@ -58,6 +58,8 @@ class Crowd:
                     connection.close()
                     tester = None
                 self._count(number, failure, fault and f"tester {number}: {fault}")
+                if fault:
+                    return
                 if failure:
                     time.sleep(PAUSE_AFTER_FAILURE_S)
 

@@ -7,6 +7,7 @@ from tester import ENTITY, Tester
 REPORT, EXCEEDANCE = "17F0", "17F2"
 ACTIVATED, ALIVE_CHECK, DIAGNOSIS, ACKNOWLEDGED = 0x0006, 0x0007, 0x8001, 0x8002
 PENDING = 0x78
+LATE = "No answer in time"
 # flashwatch does not answer, cannot get the statistics, is not there
 PASSING_RESPONSES = (0x10, 0x11, 0x22)
 
@@ -41,7 +42,7 @@ class Reader(Tester):
         try:
             super().__init__(address, logical)
         except (ConnectionError, TimeoutError) as error:
-            raise Failure(type(error).__name__) from None
+            raise Failure(error.strerror or LATE) from None
         try:
             self.socket.settimeout(patience_s)
             self.requests = {each: self.diagnosis(bytes.fromhex("22" + each)) for each in (REPORT, EXCEEDANCE)}
@@ -49,7 +50,7 @@ class Reader(Tester):
             kind, content = self._hear()
             assert kind == ACTIVATED and content[:4] == struct.pack(">HH", logical, ENTITY), (kind, content.hex())
             if content[4] != 0x10:
-                raise Failure(f"routing activation refused, {content[4]:02X}")
+                raise Failure(f"Routing activation refused, {content[4]:02X}")
         except BaseException:
             self.close()
             raise
@@ -61,7 +62,7 @@ class Reader(Tester):
         try:
             self.send(self.requests[identifier])
         except TimeoutError:
-            raise Failure("TimeoutError") from None
+            raise Failure(LATE) from None
         while True:
             kind, content = self._hear()
             if kind == ALIVE_CHECK:
@@ -78,7 +79,7 @@ class Reader(Tester):
                 if answer[2] == PENDING:
                     continue
                 assert answer[2] in PASSING_RESPONSES, answer.hex()
-                raise Refusal(f"negative response {answer[2]:02X}")
+                raise Refusal(f"Negative response {answer[2]:02X}")
             assert answer[:3] == bytes.fromhex("62" + identifier), answer.hex()
             return answer[3:]
 
@@ -87,8 +88,8 @@ class Reader(Tester):
         try:
             message = self.next_message()
         except TimeoutError:
-            raise Failure("TimeoutError") from None
+            raise Failure(LATE) from None
         if not message:
-            raise Failure("connection lost")
+            raise Failure("Connection lost")
         assert message[:2] == b"\x02\xFD", message.hex()
         return struct.unpack_from(">H", message, 2)[0], message[8:]
