@@ -2,7 +2,7 @@
 """A machine whose peers are restarted, flood, fill and leave it, a few times each; bench/soak --peers does it often."""
 from functools import partial
 
-from trials import TRIALS
+from trials import TRIALS, await_rest
 from whole_machine import WATCHED, Whole_machine
 
 NEEDS_ETC = True
@@ -11,7 +11,7 @@ COUNTS = {"restarted": 20, "continued": 3, "requests": 300, "noise": 20, "connec
 
 def is_withstood(machine, trial, count):
     trial(machine, count)
-    machine.await_rest()
+    await_rest(machine)
 
 
 def rows(programs):
