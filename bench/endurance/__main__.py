@@ -106,11 +106,11 @@ def soak(machine, minutes):
 
 
 def peers(machine, count):
-    counts = {"requests": 20 * count, "listen": count // 20, "descriptors": count // 20, "vanish": 1}
+    counts = {"requests": 20 * count, "listen": count // 20, "descriptors": count // 50, "vanish": 1}
     names = list(machine.at_rest)
     print(f"| trial | count | reads that worked | resident KiB of {', '.join(names)} | descriptors | threads | withstood |\n"
           "|---|---|---|---|---|---|---|", flush=True)
-    all_fine, first = True, machine.at_rest
+    all_fine = True
     for name, trial in {**TRIALS, **VANISHING}.items():
         times = max(1, next((number for word, number in counts.items() if word in name), count))
         before = machine.footprints()
@@ -120,7 +120,7 @@ def peers(machine, count):
             print(traceback.format_exc(), flush=True)
             reads, is_fine = 0, False
         after, is_back = footprints_at_rest(machine)
-        is_fine = is_fine and is_back and not has_grown(first, after)
+        is_fine = is_fine and is_back and not has_grown(machine.at_rest, after)
         cells = [", ".join(map(change, [before[each][field] for each in names], [after[each][field] for each in names]))
                  for field in range(3)]
         print(f"| {name} | {times:,} | {reads + is_back:,} | " + " | ".join(cells) + f" | {'yes' if is_fine else '**no**'} |",

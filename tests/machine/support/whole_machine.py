@@ -14,7 +14,7 @@ from reader import Failure, Figures, Reader
 FLASHWATCH, STATISTICS, MANAGER = WATCHED = ("flashwatch", "persistency_statistics", "diagnostic_manager")
 SAMPLES = ("sample_navigation", "sample_media", "sample_tripmeter")
 LOG_BYTES = 1 << 16
-# libdlt keeps so many bytes of log for a daemon that is slow or not there, instead of ten times as many.
+# Bytes of log that libdlt keeps for a daemon that is slow or not there: few, so that memory is compared without them.
 LOG_BUFFER = {"DLT_USER_BUFFER_MAX": "50000"}
 RESPONSE_TIME_MS = 10000
 INACTIVITY_MS = 20000  # instead of five minutes, as testers that vanished are waited for
