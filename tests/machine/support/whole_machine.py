@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """The machine with its own processes, as ./run brings it up, and what they hold of memory, descriptors and threads."""
+import contextlib
 import json
+import os
 import pathlib
 import re
 import signal
@@ -29,9 +31,15 @@ class Footprint(NamedTuple):
 
     @classmethod
     def of(cls, process):
-        status = pathlib.Path(f"/proc/{process.child.pid}/status").read_text(encoding="ascii")
+        """The descriptor of the log daemon's pipe does not count: libdlt closes and opens it when the daemon is busy."""
+        own = pathlib.Path(f"/proc/{process.child.pid}")
+        status = (own / "status").read_text(encoding="ascii")
         kib, threads = (int(re.search(rf"^{name}:\s+(\d+)", status, re.M)[1]) for name in ("VmRSS", "Threads"))
-        return cls(kib, process.descriptors(), threads)
+        descriptors = 0
+        for descriptor in (own / "fd").iterdir():
+            with contextlib.suppress(FileNotFoundError):  # it was closed meanwhile
+                descriptors += os.path.basename(os.readlink(descriptor)) != "dlt"
+        return cls(kib, descriptors, threads)
 
     def is_back_at(self, before):
         return self.descriptors <= before.descriptors and self.threads <= before.threads
