@@ -22,9 +22,10 @@ PIPE_BYTES = 1 << 20  # the programs do not wait for a reader of their log
 class Process:
     """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest, or gets
     ready later. `variables` come on top of the environment, `prepare` is called in the new process, and `inside` is a
-    command that executes the program."""
+    command that executes the program. Of a log that goes on and on only the last `log_bytes` are kept."""
 
-    def __init__(self, program, name, manifest, expect_ready=True, variables=None, prepare=None, inside=()):
+    def __init__(self, program, name, manifest, expect_ready=True, variables=None, prepare=None, inside=(),
+                 log_bytes=sys.maxsize):
         self.directory = tempfile.TemporaryDirectory()
         path = pathlib.Path(self.directory.name)
         (path / "machine.json").write_text(json.dumps(manifest))
@@ -33,7 +34,7 @@ class Process:
         self.notify.settimeout(LIMIT)
         environment = {**os.environ, "ARA_MACHINE_MANIFEST": str(path / "machine.json"), "ARA_PROCESS": name,
                        "NOTIFY_SOCKET": str(path / "notify"), "DLT_PIPE_DIR": str(path), **(variables or {})}
-        self.log = b""
+        self.log, self.log_bytes = b"", log_bytes
         self.changed = threading.Condition()
         self.child = subprocess.Popen(
             [*inside, program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, bufsize=0,
@@ -47,7 +48,7 @@ class Process:
     def _read(self):
         while part := self.child.stdout.read(65536):
             with self.changed:
-                self.log += part
+                self.log = (self.log + part)[-self.log_bytes:]
                 self.changed.notify_all()
 
     def await_ready(self, state=b"READY=1"):

@@ -15,6 +15,14 @@ RESPONSE = 0x80
 OFFER_PERIOD, LIMIT = 0.05, 30  # seconds; a search lasts longer than the period
 
 
+def find(service_id):
+    """A datagram that asks discovery for any instance of a service."""
+    search = SD(flags=0xC0)
+    search.set_entryArray([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, minor_ver=0xFFFFFFFF,
+                                           ttl=3)])
+    return bytes(SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=1) / search)
+
+
 class Service:
     """One offered service. `behaviour` gives (message type, return code, payload) for a request, or None: then nothing
     is answered until `release`. With a fourth value, a number, the connection is closed after so many bytes of the
