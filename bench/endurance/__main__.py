@@ -26,8 +26,6 @@ WARM_UP_ROUNDS = 500
 # A short stop is only waited for; after the long one flashwatch and testers have given up waiting.
 STOPS_S = (1, 6)
 RESPONSE_TIME_MS = 2500
-# A new process is reached before its first announcement, and the connection to it dropped when that is heard.
-SETTLING_S = 0.5
 CALM_S = 2  # in which no read may fail
 MOST_GROWTH_KIB = 2048
 
@@ -91,7 +89,6 @@ def soak(machine, minutes):
             number, since = number + 1, time.monotonic()
             crowd.await_rounds(1)
             longest = max(longest, time.monotonic() - since)
-            time.sleep(SETTLING_S)
             crowd.disturbed = False
             time.sleep(CALM_S)
     took = time.monotonic() - started

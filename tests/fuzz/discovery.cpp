@@ -54,7 +54,9 @@ class Node final : public Datagram_sink_if, public Discovery_listener_if {
     known_.insert(key);
   }
   void on_unavailable(Service_key const& key) override { require(known_.erase(key) == 1, "only what was there goes"); }
-  void on_reboot(address_v4 const& address) override { require(address != own, "a node does not hear itself"); }
+  void on_reboot(address_v4 const& address, Time /*last_heard*/) override {
+    require(address != own, "a node does not hear itself");
+  }
 
   void run_until(Time then) {
     now = then;

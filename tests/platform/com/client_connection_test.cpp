@@ -138,6 +138,7 @@ TEST_F(AClientConnection, FailsAllOutstandingRequestsWithTheConnection) {
     futures.push_back(call());
   }
   EXPECT_THAT(end_of(call()), HasSubstr("4 requests are waiting"));
+  connection_->drop("it had started anew before", std::chrono::steady_clock::time_point{});
   connection_->drop("the peer has started anew");
   for (auto& future : futures) {
     EXPECT_THAT(end_of(std::move(future)), MatchesRegex("transport .*the peer has started anew"));

@@ -89,11 +89,13 @@ std::shared_ptr<Client_link> Client_connection::link(Clock::time_point deadline)
   return made;
 }
 
-void Client_connection::drop(std::string const& reason) {
+void Client_connection::drop(std::string const& reason, Clock::time_point made_by) {
   std::shared_ptr<Client_link> dropped;
   {
     std::lock_guard<std::mutex> const lock(mutex_);
-    dropped = std::exchange(link_, nullptr);
+    if (link_ != nullptr && link_->made() <= made_by) {
+      dropped = std::exchange(link_, nullptr);
+    }
   }
   if (dropped != nullptr) {
     dropped->give_up(reason);

@@ -31,6 +31,9 @@ class Client_link final {
   /// `peer` names the other end in messages to people.
   Client_link(Tcp_stream stream, std::string peer, Limits const& limits);
 
+  /// When the connection had been established.
+  Clock::time_point made() const noexcept { return made_; }
+
   /// Whether the link still stands as far as can be told without waiting.
   bool alive();
 
@@ -68,6 +71,7 @@ class Client_link final {
 
   Limits const limits_;
   std::string const peer_;
+  Clock::time_point const made_ = Clock::now();
   Tcp_stream stream_;
 
   std::mutex writing_;  ///< held while one request is written; taken after mutex_ is released

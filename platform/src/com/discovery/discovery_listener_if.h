@@ -8,6 +8,7 @@
 
 #include "platform/src/com/discovery/endpoint.h"
 #include "platform/src/com/discovery/service_key.h"
+#include "platform/src/com/discovery/time.h"
 
 namespace linux_platform::com {
 
@@ -23,9 +24,10 @@ class Discovery_listener_if {
   virtual void on_available(Service_key const& key, Endpoint const& endpoint) = 0;
   /// A service is gone: withdrawn, its offer expired, or its node started anew.
   virtual void on_unavailable(Service_key const& key) = 0;
-  /// The node at `address` started anew; connections to it lead nowhere. on_unavailable follows for each of its
-  /// services, then on_available for what it offers now.
-  virtual void on_reboot(boost::asio::ip::address_v4 const& address) = 0;
+  /// The node at `address` started anew since it was last heard; connections to it that are older than that lead
+  /// nowhere, and younger ones may lead to the new one. on_unavailable follows for each of its services, then
+  /// on_available for what it offers now.
+  virtual void on_reboot(boost::asio::ip::address_v4 const& address, discovery::Time last_heard) = 0;
   /// Something an operator wants to read: a limit reached, a datagram that could not be sent. Each kind at
   /// most once a minute.
   virtual void on_trouble(std::string const& /*what*/) {}

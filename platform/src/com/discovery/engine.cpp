@@ -104,8 +104,8 @@ void Engine::receive(Time now, Path path, Endpoint const& source, std::uint8_t c
   if (!peer) {
     return;
   }
-  if (peers_.accept(peer->address, path, {message->session, message->reboot})) {
-    listener_.on_reboot(peer->address);
+  if (auto const last_heard = peers_.accept(now, peer->address, path, {message->session, message->reboot})) {
+    listener_.on_reboot(peer->address, *last_heard);
     remote_.forget(peer->address);
     remote_.settle();
   }

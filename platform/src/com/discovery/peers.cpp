@@ -2,18 +2,20 @@
 #include "platform/src/com/discovery/peers.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace linux_platform::com::discovery {
 
-bool Peers::accept(boost::asio::ip::address_v4 const& address, Path path, Session_stamp const& stamp) {
+std::optional<Time> Peers::accept(Time now, boost::asio::ip::address_v4 const& address, Path path,
+                                  Session_stamp const& stamp) {
   auto& peer = at(address);
-  peer.heard = ++messages_;
+  Time const before = std::exchange(peer.heard, now);
   bool const by_multicast = path == Path::multicast;
   bool const rebooted = (by_multicast ? peer.multicast : peer.unicast).accept(stamp);
   if (rebooted) {
     (by_multicast ? peer.unicast : peer.multicast).forget();
   }
-  return rebooted;
+  return rebooted ? std::optional(before) : std::nullopt;
 }
 
 Session_stamp Peers::next_to(boost::asio::ip::address_v4 const& peer) { return at(peer).to_it.next(); }

@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 
 #include <boost/asio/ip/address_v4.hpp>
 
 #include "platform/src/com/discovery/reboot_detector.h"
 #include "platform/src/com/discovery/session_counter.h"
+#include "platform/src/com/discovery/time.h"
 
 namespace linux_platform::com::discovery {
 
@@ -23,8 +25,9 @@ class Peers final {
  public:
   static constexpr std::size_t max_peers = 256;
 
-  /// Takes an accepted message of a peer; true when the peer started anew since its last one.
-  bool accept(boost::asio::ip::address_v4 const& address, Path path, Session_stamp const& stamp);
+  /// Takes an accepted message of a peer. When the peer started anew since its last one: when that was heard.
+  std::optional<Time> accept(Time now, boost::asio::ip::address_v4 const& address, Path path,
+                             Session_stamp const& stamp);
   /// The number of the next message to a peer.
   Session_stamp next_to(boost::asio::ip::address_v4 const& peer);
 
@@ -33,7 +36,7 @@ class Peers final {
     Session_counter to_it;
     Reboot_detector multicast;
     Reboot_detector unicast;
-    std::uint64_t heard = 0;  ///< larger is later
+    Time heard;
   };
 
   Peer& at(boost::asio::ip::address_v4 const& address);
@@ -41,7 +44,6 @@ class Peers final {
 
   std::map<boost::asio::ip::address_v4, Peer> peers_;
   Session_counter highest_forgotten_;
-  std::uint64_t messages_ = 0;
 };
 
 }  // namespace linux_platform::com::discovery

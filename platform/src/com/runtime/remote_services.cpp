@@ -84,7 +84,7 @@ void Remote_services::let_go(Address const& where) {
   connections_.erase(where);
 }
 
-void Remote_services::on_reboot(boost::asio::ip::address_v4 const& address) {
+void Remote_services::on_reboot(boost::asio::ip::address_v4 const& address, discovery::Time last_heard) {
   std::vector<std::shared_ptr<Client_connection>> dropped;
   {
     std::lock_guard<std::mutex> const lock(mutex_);
@@ -95,7 +95,7 @@ void Remote_services::on_reboot(boost::asio::ip::address_v4 const& address) {
     }
   }
   for (auto const& connection : dropped) {
-    connection->drop(address.to_string() + " has started anew");
+    connection->drop(address.to_string() + " has started anew", last_heard);
   }
 }
 

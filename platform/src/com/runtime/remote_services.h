@@ -37,7 +37,7 @@ class Remote_services final : public Discovery_listener_if {
 
   void on_available(Service_key const& key, Endpoint const& endpoint) override;
   void on_unavailable(Service_key const& key) override;
-  void on_reboot(boost::asio::ip::address_v4 const& address) override;
+  void on_reboot(boost::asio::ip::address_v4 const& address, discovery::Time last_heard) override;
   void on_trouble(std::string const& what) override;
 
  private:

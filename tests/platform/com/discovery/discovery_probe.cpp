@@ -21,7 +21,7 @@ struct Printer final : Discovery_listener_if {
     std::cout << "+ " << key.service << ' ' << endpoint.address << ':' << endpoint.port << std::endl;
   }
   void on_unavailable(Service_key const& key) override { std::cout << "- " << key.service << std::endl; }
-  void on_reboot(boost::asio::ip::address_v4 const& address) override {
+  void on_reboot(boost::asio::ip::address_v4 const& address, discovery::Time /*last_heard*/) override {
     std::cout << "reboot " << address << std::endl;
   }
   void on_trouble(std::string const& what) override { std::cout << "trouble " << what << std::endl; }

@@ -47,7 +47,9 @@ class An_engine : public ::testing::Test, public Datagram_sink_if, public Discov
     events_.push_back("+" + std::to_string(key.service) + ":" + std::to_string(endpoint.port));
   }
   void on_unavailable(Service_key const& key) override { events_.push_back("-" + std::to_string(key.service)); }
-  void on_reboot(address_v4 const& address) override { events_.push_back("reboot " + address.to_string()); }
+  void on_reboot(address_v4 const& address, Time /*last_heard*/) override {
+    events_.push_back("reboot " + address.to_string());
+  }
   void on_trouble(std::string const& /*what*/) override { events_.push_back("trouble"); }
 
   // Lets time pass; whatever is due runs at its own moment.

@@ -24,23 +24,26 @@ TEST(Peers, AreSeenToStartAnew) {
         Row{{5, true}, {1, true}, true}, Row{{0xFFFF, true}, {1, false}, false},
         Row{{0xFFFF, false}, {1, false}, false}, Row{{5, false}, {6, true}, true}}) {
     Peers peers;
-    EXPECT_FALSE(peers.accept(peer, Path::unicast, before)) << before.session;
-    EXPECT_FALSE(peers.accept(peer, Path::multicast, {1, true}));
-    EXPECT_EQ(peers.accept(peer, Path::unicast, next), reboot) << before.session << " " << next.session;
+    Time const now{std::chrono::seconds(1)};
+    EXPECT_FALSE(peers.accept({}, peer, Path::unicast, before)) << before.session;
+    EXPECT_FALSE(peers.accept(now, peer, Path::multicast, {1, true}));
+    EXPECT_EQ(peers.accept(now + std::chrono::seconds(1), peer, Path::unicast, next),
+              reboot ? std::optional(now) : std::nullopt)
+        << before.session << " " << next.session;
   }
 }
 
 TEST(Peers, ForgottenOnesAreNotMadeToSeeARestart) {
   Peers peers;
-  peers.accept(address_v4{0}, Path::unicast, {1, true});
+  peers.accept({}, address_v4{0}, Path::unicast, {1, true});
   for (int i = 0; i < 5; ++i) {
     peers.next_to(address_v4{0});
   }
   for (std::uint32_t i = 1; i <= Peers::max_peers; ++i) {
-    peers.accept(address_v4{i}, Path::unicast, {1, true});
+    peers.accept({}, address_v4{i}, Path::unicast, {1, true});
   }
   EXPECT_EQ(peers.next_to(address_v4{0}).session, 6);
-  EXPECT_FALSE(peers.accept(address_v4{0}, Path::unicast, {1, true})) << "it was forgotten";
+  EXPECT_FALSE(peers.accept({}, address_v4{0}, Path::unicast, {1, true})) << "it was forgotten";
 }
 
 TEST(AnEndpointFilter, BelievesWhatAPeerCanBeReachedAt) {
