@@ -81,7 +81,7 @@ auto same_in_pieces(Bytes const& stream, std::size_t piece, Read const& read) {
 
 /// Whether `text` stands on one line and steers no terminal.
 inline bool is_one_plain_line(std::string const& text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7F'; });
+  return std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; });
 }
 
 }  // namespace fuzz
