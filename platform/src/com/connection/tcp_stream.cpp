@@ -76,8 +76,10 @@ Tcp_stream Tcp_stream::connect(asio::ip::address_v4 const& local, Endpoint const
   asio::io_context context;
   tcp::socket socket(context);
   socket.open(tcp::v4());
-  // The port is chosen when the remote end is known, so that many connections may come from one address.
-  set_option(socket.native_handle(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, 1);
+  // The port is chosen when the remote end is known, so that many connections may come from one address. Where the
+  // option is not known, as under qemu-user, there may be fewer.
+  int const late = 1;
+  static_cast<void>(::setsockopt(socket.native_handle(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &late, sizeof late));
   socket.bind({local, 0});
   boost::system::error_code result = asio::error::timed_out;
   socket.async_connect({remote.address, remote.port}, [&](boost::system::error_code const& error) { result = error; });
