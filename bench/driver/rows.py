@@ -46,7 +46,7 @@ def exchange(machine):
 def get_stats(machine):
     beside_floor = {}
     for placement, (near, far) in placements():
-        for applications, rounds, calls in ((15, ROUNDS, 100), (1000, 40, 10), (10_000, 20, 2)):
+        for applications, rounds, calls in ((15, ROUNDS, 400), (1000, 40, 40), (10_000, 20, 10)):
             with machine.server("floor_server", ADDRESSES["floor_1"], FLOOR_PORT, processor=far), \
                     machine.server("bench_service", applications, processor=far):
                 found = Rounds(machine.measure("get_stats_cost", ADDRESSES["floor_1"], FLOOR_PORT, applications, rounds,

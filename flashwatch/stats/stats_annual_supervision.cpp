@@ -41,6 +41,7 @@ std::vector<Stat_record> Stats_annual_supervision::get_stats_safe() {
 }
 
 void Stats_annual_supervision::init_years_and_limits(Statistics const& stats) {
+  years_limits_.reserve(stats.size());
   for (auto const& [key, stat] : stats) {
     std::string const& id = stat.application_id;
     Limits budget;

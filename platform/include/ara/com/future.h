@@ -86,9 +86,10 @@ class Future_state {
     return completed_.wait_until(lock, until, [this] { return complete_; });
   }
 
-  /// Moves the value out or throws the exception; the result must be there.
+  /// Waits for the result, then moves the value out or throws the exception.
   Stored take() {
-    std::unique_lock<std::mutex> const lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
+    completed_.wait(lock, [this] { return complete_; });
     if (error_ != nullptr) {
       // The exception goes with the thread that catches it; the other end keeps no hold of it.
       std::rethrow_exception(std::exchange(error_, nullptr));
@@ -133,9 +134,7 @@ class Future {
   /// Blocks until the result is there. A method call's result always comes: the communication ends it with
   /// Transport_exception when its response time limit has passed.
   void wait() const {
-    if (driver_ != nullptr && !state().is_ready()) {
-      driver_->drive(std::chrono::steady_clock::time_point::max());
-    }
+    drive_until(std::chrono::steady_clock::time_point::max());
     state().wait();
   }
 
@@ -143,16 +142,14 @@ class Future {
   template <typename Rep, typename Period>
   future_status wait_for(std::chrono::duration<Rep, Period> const& limit) const {
     auto const until = detail::after(limit);
-    if (driver_ != nullptr && !state().is_ready()) {
-      driver_->drive(until);
-    }
+    drive_until(until);
     return state().wait_until(until) ? future_status::ready : future_status::timeout;
   }
 
   /// Waits for the result and takes it: the value, or the exception with which the promise was completed. The future is
   /// not valid afterwards.
   T get() {
-    wait();
+    drive_until(std::chrono::steady_clock::time_point::max());
     auto const state = std::exchange(state_, nullptr);
     driver_ = nullptr;
     if constexpr (std::is_void_v<T>) {
@@ -176,6 +173,12 @@ class Future {
       throw std::future_error(std::future_errc::no_state);
     }
     return *state_;
+  }
+
+  void drive_until(std::chrono::steady_clock::time_point until) const {
+    if (!state().is_ready() && driver_ != nullptr) {
+      driver_->drive(until);
+    }
   }
 
   std::shared_ptr<State> state_;

@@ -2,6 +2,7 @@
 #include "platform/src/com/connection/client_link.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace linux_platform::com {
@@ -33,7 +34,7 @@ bool Client_link::alive() {
     reading_ = true;
   }
   // Nobody has looked at the connection since the last answer: it may have been closed meanwhile.
-  read_until(Clock::time_point::min());
+  read_within(Clock::duration::zero());
   std::lock_guard<std::mutex> const lock(mutex_);
   reading_ = false;
   wake_next_reader();
@@ -108,9 +109,9 @@ void Client_link::write(std::vector<std::uint8_t> const& message, Clock::time_po
   for (std::size_t sent = 0; sent < message.size();) {
     Tcp_stream::Transfer const written = stream_.write(message.data() + sent, message.size() - sent);
     sent += written.bytes;
-    if (written.error) {
+    if (written.error != 0) {
       return give_up("the connection to " + peer_ +
-                     " was lost while the request was written: " + written.error.message());
+                     " was lost while the request was written: " + std::generic_category().message(written.error));
     }
     if (written.bytes == 0 && !stream_.wait_writable(deadline)) {
       return give_up(peer_ + " did not take the whole request within its response time");
@@ -137,7 +138,7 @@ void Client_link::wait(std::uint16_t session, Clock::time_point until) {
     if (!reading_) {
       reading_ = true;
       lock.unlock();
-      read_until(limit);
+      read_within(limit - now);
       lock.lock();
       reading_ = false;
     } else if (now < limit) {
@@ -156,13 +157,12 @@ void Client_link::wait(std::uint16_t session, Clock::time_point until) {
   }
 }
 
-// Reads what is there, or much of it; waits for it, but not beyond `limit`. Even a limit that has passed is good for
-// one look.
-void Client_link::read_until(Clock::time_point limit) {
+// Reads what is there, or much of it; waits for it, but no longer than `patience`. Without any it looks once.
+void Client_link::read_within(Clock::duration patience) {
   Tcp_stream::Transfer received;
   for (int reads = 0; reads < most_reads; ++reads) {
     Frame_buffer::Room const room = input_.room();
-    received = stream_.read_until(room.data, room.size, std::exchange(limit, Clock::time_point::min()));
+    received = stream_.read_within(room.data, room.size, std::exchange(patience, Clock::duration::zero()));
     input_.filled(received.bytes);
     if (!take_messages()) {
       return;
@@ -171,8 +171,8 @@ void Client_link::read_until(Clock::time_point limit) {
       break;
     }
   }
-  if (received.error) {
-    give_up("the connection to " + peer_ + " was lost: " + received.error.message());
+  if (received.error != 0) {
+    give_up("the connection to " + peer_ + " was lost: " + std::generic_category().message(received.error));
   } else if (received.ended) {
     give_up("the connection to " + peer_ + " was closed" +
             (input_.inside_message() ? " in the middle of an answer" : ""));

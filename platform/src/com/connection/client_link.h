@@ -63,7 +63,7 @@ class Client_link final {
   std::optional<std::uint16_t> enter(Client_request& request);
   void remove_expired(std::vector<Client_request>& expired);
   void write(std::vector<std::uint8_t> const& message, Clock::time_point deadline);
-  void read_until(Clock::time_point limit);
+  void read_within(Clock::duration patience);
   bool take_messages();
   void take(Message_view const& answer);
   Client_request extract(Requests::iterator position);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t initial_size = 16UL * 1024;
 // A buffer that has grown beyond this is given back once it is empty.
-constexpr std::size_t kept_size = 256UL * 1024;
+constexpr std::size_t kept_size = 2048UL * 1024;
 
 }  // namespace
 

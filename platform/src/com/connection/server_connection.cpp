@@ -53,7 +53,7 @@ Server_connection::Taken Server_connection::take(Header& header, std::vector<std
     Tcp_stream::Transfer const received = stream_.read(room.data, room.size);
     input_.filled(received.bytes);
     drained_ = received.bytes < room.size && !end_near_;
-    ended_ = received.ended || received.error;
+    ended_ = received.ended || received.error != 0;
     if (received.bytes == 0 && !ended_) {
       return Taken::nothing;
     }
@@ -72,8 +72,8 @@ bool Server_connection::write(std::vector<std::uint8_t> const& message, bool mor
   std::lock_guard<std::mutex> const lock(writing_);
   if (unsent_.empty() && !more) {
     Tcp_stream::Transfer const written = stream_.write(message.data(), message.size());
-    if (written.error || written.bytes == message.size()) {
-      return !written.error;
+    if (written.error != 0 || written.bytes == message.size()) {
+      return written.error == 0;
     }
     sent_ = written.bytes;
   }
@@ -93,8 +93,8 @@ bool Server_connection::flush_locked() {
   while (sent_ < unsent_.size()) {
     Tcp_stream::Transfer const written = stream_.write(unsent_.data() + sent_, unsent_.size() - sent_);
     refused_ = written.bytes == 0;
-    if (written.error || refused_) {
-      return !written.error;
+    if (written.error != 0 || refused_) {
+      return written.error == 0;
     }
     sent_ += written.bytes;
   }

@@ -56,16 +56,16 @@ int release(tcp::socket& socket) {
 
 Tcp_stream::Transfer transferred(ssize_t result) noexcept {
   if (result >= 0) {
-    return {static_cast<std::size_t>(result), false, {}};
+    return {static_cast<std::size_t>(result), false, 0};
   }
   if (errno == EAGAIN || errno == EINTR) {
     return {};
   }
-  return {0, false, std::error_code(errno, std::generic_category())};
+  return {0, false, errno};
 }
 
 Tcp_stream::Transfer received(ssize_t result) noexcept {
-  return result == 0 ? Tcp_stream::Transfer{0, true, {}} : transferred(result);
+  return result == 0 ? Tcp_stream::Transfer{0, true, 0} : transferred(result);
 }
 
 }  // namespace
@@ -102,12 +102,11 @@ Tcp_stream::Transfer Tcp_stream::read(std::uint8_t* data, std::size_t size) noex
   return received(::recv(descriptor_, data, size, MSG_DONTWAIT));
 }
 
-Tcp_stream::Transfer Tcp_stream::read_until(std::uint8_t* data, std::size_t size, Clock::time_point deadline) noexcept {
-  auto const now = Clock::now();
-  if (deadline > now && deadline - now >= longest_read) {
+Tcp_stream::Transfer Tcp_stream::read_within(std::uint8_t* data, std::size_t size, Clock::duration patience) noexcept {
+  if (patience >= longest_read) {
     return received(::recv(descriptor_, data, size, 0));
   }
-  return deadline <= now || wait(POLLIN, deadline) ? read(data, size) : Transfer{};
+  return patience <= Clock::duration::zero() || wait(POLLIN, Clock::now() + patience) ? read(data, size) : Transfer{};
 }
 
 Tcp_stream::Transfer Tcp_stream::write(std::uint8_t const* data, std::size_t size) noexcept {

@@ -25,8 +25,8 @@ class Tcp_stream final {
   /// What one reading or writing attempt did. Nothing done and no error: it would have to wait.
   struct Transfer {
     std::size_t bytes = 0;
-    bool ended = false;     ///< the peer has closed its side
-    std::error_code error;  ///< the connection is lost
+    bool ended = false;  ///< the peer has closed its side
+    int error = 0;       ///< the errno by which the connection was lost
   };
 
   /// Takes over a connected socket and sets its options: no delay, and an end within half a minute to a peer that
@@ -43,8 +43,8 @@ class Tcp_stream final {
 
   /// Reads what is there; never blocks.
   Transfer read(std::uint8_t* data, std::size_t size) noexcept;
-  /// Reads what is there, and waits for it until `deadline` at most, often less: nothing done then.
-  Transfer read_until(std::uint8_t* data, std::size_t size, Clock::time_point deadline) noexcept;
+  /// Reads what is there, and waits for it so long at most, often less: nothing done then.
+  Transfer read_within(std::uint8_t* data, std::size_t size, Clock::duration patience) noexcept;
   /// Writes what the socket takes; never blocks.
   Transfer write(std::uint8_t const* data, std::size_t size) noexcept;
   /// Blocks until something can be written or until `deadline`; false then.

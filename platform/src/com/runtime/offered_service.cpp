@@ -18,8 +18,9 @@ class Offered_service::Visit final {
   ~Visit() {
     if (admitted_) {
       std::lock_guard<std::mutex> const lock(service_.mutex_);
-      --service_.inside_;
-      service_.left_.notify_all();
+      if (--service_.inside_ == 0 && !service_.open_) {
+        service_.left_.notify_all();
+      }
     }
   }
   Visit(Visit const&) = delete;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tarn/com/cpp_binding/deserializer.h"
 
-#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -16,14 +16,10 @@ namespace texts = linux_platform::com::texts;
 namespace {
 
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-constexpr std::string_view terminator{"\0", 1};
-// A record without a length field ends where its members end.
-constexpr std::size_t open_end = std::numeric_limits<std::size_t>::max();
-
-bool starts_with(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
-
-bool ends_with(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+// Written so that the size is known to the compiler, which then calls nothing.
+bool starts_with_mark(std::string_view text) {
+  return text.size() >= byte_order_mark.size() &&
+         std::memcmp(text.data(), byte_order_mark.data(), byte_order_mark.size()) == 0;
 }
 
 }  // namespace
@@ -33,15 +29,15 @@ std::string Deserializer::read_string() {
   std::string_view characters(reinterpret_cast<char const*>(payload_ + position_), end - position_);
   position_ = end;
 
-  bool const marked = starts_with(characters, byte_order_mark);
-  bool const terminated = ends_with(characters, terminator);
+  bool const marked = starts_with_mark(characters);
+  bool const terminated = !characters.empty() && characters.back() == '\0';
   if (format_.strings == String_encoding::utf8_bom && !(marked && terminated)) {
     failed_ = true;
     throw std::invalid_argument(texts::string_without_bom);
   }
   // Where plain strings are agreed, a sender that marks or terminates them all the same is understood.
   characters.remove_prefix(marked ? byte_order_mark.size() : 0);
-  characters.remove_suffix(terminated ? terminator.size() : 0);
+  characters.remove_suffix(terminated ? 1 : 0);
   if (!linux_platform::com::is_utf8(characters)) {
     failed_ = true;
     throw std::invalid_argument(texts::string_not_utf8);
@@ -56,68 +52,32 @@ std::vector<std::uint8_t> Deserializer::read_bytes() {
   return bytes;
 }
 
-std::size_t Deserializer::read_length(std::size_t field_bytes) {
-  switch (field_bytes) {
-    case 1:
-      return read_u8();
-    case 2:
-      return read_u16();
-    case 4:
-      return read_u32();
-    default:
-      failed_ = true;
-      throw std::invalid_argument(texts::invalid_length_field);
-  }
-}
-
-// The position behind the next `length` bytes.
-std::size_t Deserializer::end_of(std::size_t length) {
-  if (length > std::numeric_limits<std::size_t>::max() - position_) {
-    failed_ = true;
-    throw std::overflow_error(texts::size_overflow);
-  }
-  if (position_ + length > size_) {
-    failed_ = true;
-    throw std::out_of_range(texts::invalid_end);
-  }
-  return position_ + length;
-}
-
-std::size_t Deserializer::begin_record() {
-  if (format_.record_length_bytes == 0) {
-    return open_end;
-  }
-  std::size_t const length = read_length(format_.record_length_bytes);
-  if (length == 0) {
-    failed_ = true;
-    throw std::out_of_range(texts::record_smaller_than_expected);
-  }
-  return end_of(length);
-}
-
-void Deserializer::end_record(std::size_t end) {
-  if (end == open_end) {
-    return;
-  }
-  if (position_ > end) {
-    failed_ = true;
-    throw std::out_of_range(texts::record_too_small);
-  }
-  position_ = end;
-}
-
-std::size_t Deserializer::begin_array() { return end_of(read_length(format_.array_length_bytes)); }
-
-void Deserializer::end_array(std::size_t end) {
-  if (position_ != end) {
-    failed_ = true;
-    throw std::out_of_range(texts::record_too_small);
-  }
-}
-
 void Deserializer::fail_beyond_end() {
   failed_ = true;
   throw std::out_of_range(texts::beyond_end);
+}
+
+void Deserializer::fail_invalid_length_field() {
+  failed_ = true;
+  throw std::invalid_argument(texts::invalid_length_field);
+}
+
+void Deserializer::fail_invalid_end(std::size_t length) {
+  failed_ = true;
+  if (length > std::numeric_limits<std::size_t>::max() - position_) {
+    throw std::overflow_error(texts::size_overflow);
+  }
+  throw std::out_of_range(texts::invalid_end);
+}
+
+void Deserializer::fail_record_smaller_than_expected() {
+  failed_ = true;
+  throw std::out_of_range(texts::record_smaller_than_expected);
+}
+
+void Deserializer::fail_record_too_small() {
+  failed_ = true;
+  throw std::out_of_range(texts::record_too_small);
 }
 
 }  // namespace tarn::com::cpp_binding

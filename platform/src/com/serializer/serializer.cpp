@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tarn/com/cpp_binding/serializer.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <stdexcept>
@@ -35,8 +36,12 @@ void require_fit(std::uint64_t length, std::size_t field_bytes) {
   }
 }
 
-std::uint8_t byte_of(std::uint64_t value, std::size_t bytes_below) {
-  return static_cast<std::uint8_t>((value >> (8U * bytes_below)) & 0xFFU);
+// The low bytes of a length that fits.
+void put_length(std::uint8_t* field, std::uint64_t length, std::size_t field_bytes) {
+  for (std::size_t i = field_bytes; i > 0; --i) {
+    field[i - 1] = static_cast<std::uint8_t>(length & 0xFFU);
+    length >>= 8U;
+  }
 }
 
 }  // namespace
@@ -45,14 +50,13 @@ void Serializer::write_string(std::string_view text) {
   bool const marked = format_.strings == String_encoding::utf8_bom;
   std::size_t const length = text.size() + (marked ? byte_order_mark.size() + 1 : 0);
   require_fit(length, format_.string_length_bytes);
-  write_unsigned(length, format_.string_length_bytes);
+  std::uint8_t* at = append(format_.string_length_bytes + length);
+  put_length(at, length, format_.string_length_bytes);
+  at += format_.string_length_bytes;
   if (marked) {
-    out_.insert(out_.end(), byte_order_mark.begin(), byte_order_mark.end());
+    at = std::copy(byte_order_mark.begin(), byte_order_mark.end(), at);
   }
-  out_.insert(out_.end(), text.begin(), text.end());
-  if (marked) {
-    out_.push_back(0);
-  }
+  std::copy(text.begin(), text.end(), at);  // a terminator behind it is there already
 }
 
 void Serializer::write_bytes(std::vector<std::uint8_t> const& bytes) {
@@ -60,16 +64,15 @@ void Serializer::write_bytes(std::vector<std::uint8_t> const& bytes) {
     throw std::invalid_argument(texts::vector_without_length);
   }
   require_fit(bytes.size(), format_.array_length_bytes);
-  write_unsigned(bytes.size(), format_.array_length_bytes);
+  put_length(append(format_.array_length_bytes), bytes.size(), format_.array_length_bytes);
   out_.insert(out_.end(), bytes.begin(), bytes.end());
 }
 
-void Serializer::write_unsigned(std::uint64_t value, std::size_t bytes) {
-  std::array<std::uint8_t, sizeof value> big_endian{};
-  for (std::size_t i = 0; i < big_endian.size(); ++i) {
-    big_endian.at(i) = byte_of(value, big_endian.size() - 1 - i);
-  }
-  out_.insert(out_.end(), big_endian.end() - static_cast<std::ptrdiff_t>(bytes), big_endian.end());
+// So many zero bytes more; where they begin.
+std::uint8_t* Serializer::append(std::size_t bytes) {
+  std::size_t const begin = out_.size();
+  out_.resize(begin + bytes);
+  return out_.data() + begin;
 }
 
 std::size_t Serializer::begin_record() {
@@ -94,9 +97,7 @@ void Serializer::patch_length(std::size_t field, std::size_t field_bytes) {
   }
   std::size_t const length = out_.size() - field - field_bytes;
   require_fit(length, field_bytes);
-  for (std::size_t i = 0; i < field_bytes; ++i) {
-    out_[field + i] = byte_of(length, field_bytes - 1 - i);
-  }
+  put_length(out_.data() + field, length, field_bytes);
 }
 
 }  // namespace tarn::com::cpp_binding

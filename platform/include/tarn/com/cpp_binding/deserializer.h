@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,13 +78,59 @@ class Deserializer {
     return static_cast<Unsigned>((... | (std::uint64_t{bytes[i]} << 8U * (sizeof(Unsigned) - 1 - i))));
   }
 
-  std::size_t read_length(std::size_t field_bytes);
-  std::size_t end_of(std::size_t length);
-  std::size_t begin_record();
-  void end_record(std::size_t end);
-  std::size_t begin_array();
-  void end_array(std::size_t end);
+  std::size_t read_length(std::size_t field_bytes) {
+    switch (field_bytes) {
+      case 1:
+        return read_u8();
+      case 2:
+        return read_u16();
+      case 4:
+        return read_u32();
+      default:
+        fail_invalid_length_field();
+    }
+  }
+  // The position behind the next `length` bytes.
+  std::size_t end_of(std::size_t length) {
+    if (length > size_ - position_) {
+      fail_invalid_end(length);
+    }
+    return position_ + length;
+  }
+
+  std::size_t begin_record() {
+    if (format_.record_length_bytes == 0) {
+      return open_end;
+    }
+    std::size_t const length = read_length(format_.record_length_bytes);
+    if (length == 0) {
+      fail_record_smaller_than_expected();
+    }
+    return end_of(length);
+  }
+  void end_record(std::size_t end) {
+    if (end != open_end) {
+      if (position_ > end) {
+        fail_record_too_small();
+      }
+      position_ = end;
+    }
+  }
+  std::size_t begin_array() { return end_of(read_length(format_.array_length_bytes)); }
+  void end_array(std::size_t end) {
+    if (position_ != end) {
+      fail_record_too_small();
+    }
+  }
+
   [[noreturn]] void fail_beyond_end();
+  [[noreturn]] void fail_invalid_length_field();
+  [[noreturn]] void fail_invalid_end(std::size_t length);
+  [[noreturn]] void fail_record_smaller_than_expected();
+  [[noreturn]] void fail_record_too_small();
+
+  // A record without a length field ends where its members end.
+  static constexpr std::size_t open_end = std::numeric_limits<std::size_t>::max();
 
   std::uint8_t const* payload_;
   std::size_t size_;

@@ -2,9 +2,11 @@
 #ifndef TARN_COM_CPP_BINDING_SERIALIZER_H
 #define TARN_COM_CPP_BINDING_SERIALIZER_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tarn/com/cpp_binding/wire_format.h"
@@ -21,9 +23,9 @@ class Serializer {
   Serializer(std::vector<std::uint8_t>& out, Wire_format const& format) noexcept : out_(out), format_(format) {}
 
   void write_u8(std::uint8_t value) { out_.push_back(value); }
-  void write_u16(std::uint16_t value) { write_unsigned(value, 2); }
-  void write_u32(std::uint32_t value) { write_unsigned(value, 4); }
-  void write_u64(std::uint64_t value) { write_unsigned(value, 8); }
+  void write_u16(std::uint16_t value) { write_unsigned(value); }
+  void write_u32(std::uint32_t value) { write_unsigned(value); }
+  void write_u64(std::uint64_t value) { write_unsigned(value); }
 
   /// A text in the encoding of the deployment, behind its length field.
   void write_string(std::string_view text);
@@ -48,7 +50,18 @@ class Serializer {
   }
 
  private:
-  void write_unsigned(std::uint64_t value, std::size_t bytes);
+  template <typename Unsigned>
+  void write_unsigned(Unsigned value) {
+    auto const bytes = big_endian(value, std::make_index_sequence<sizeof value>());
+    out_.insert(out_.end(), bytes.begin(), bytes.end());
+  }
+  // Compilers make one store of it, but not of a loop.
+  template <typename Unsigned, std::size_t... i>
+  static std::array<std::uint8_t, sizeof(Unsigned)> big_endian(Unsigned value, std::index_sequence<i...>) noexcept {
+    return {static_cast<std::uint8_t>(value >> 8U * (sizeof value - 1 - i))...};
+  }
+
+  std::uint8_t* append(std::size_t bytes);
   std::size_t begin_record();
   std::size_t begin_array();
   void patch_length(std::size_t field, std::size_t field_bytes);
