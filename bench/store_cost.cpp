@@ -140,7 +140,7 @@ void run(char const* file, std::size_t count) {
         store.bytes += written() - before;
       });
     }
-    rounds.run(count, 4);
+    rounds.run(count, 8);
     for (auto const& store : stores) {
       std::cout << "bytes_" << store.name << changed << ' ' << store.bytes << " 0 0\n";
     }

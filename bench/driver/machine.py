@@ -35,16 +35,18 @@ APPLICATIONS = 15
 
 
 class Machine:
-    """`directory` is for everything that the processes write."""
+    """`directory` is for everything that the processes write, but for the counters of their storages, which belong in
+    memory."""
 
     def __init__(self, directory):
         self.directory = pathlib.Path(directory)
-        for name in ("per", "run", "dlt", "etc"):
+        for name in ("per", "dlt", "etc"):
             (self.directory / name).mkdir()
+        self._memory = tempfile.TemporaryDirectory(dir="/dev/shm", prefix="flashwatch-bench-")
         manifest = json.loads((ROOT / "machine/etc/machine.json").read_text(encoding="utf-8"))
         manifest["processes"] = {name: {"address": address, "application_id": name}
                                  for name, address in ADDRESSES.items()}
-        manifest["persistency"].update(root=str(self.directory / "per"), run_directory=str(self.directory / "run"))
+        manifest["persistency"].update(root=str(self.directory / "per"), run_directory=self._memory.name)
         communication = manifest["communication"]
         communication["discovery"].update(port=30497, cyclic_offer_delay_ms=CYCLE_MS, ttl_s=6)
         communication["services"]["bench::Echo"] = {
@@ -70,6 +72,7 @@ class Machine:
     def close(self):
         if self._has_etc:
             surroundings.release_etc(self.directory / "etc")
+        self._memory.cleanup()
 
     def command(self, program, *arguments):
         folder = "bin" if (BUILD / "bin" / program).exists() else "bench"

@@ -50,6 +50,11 @@ Usage_counters::Usage_counters(std::string const& file, File_rights const& right
   } else {
     repair(rights, file);
   }
+  try {
+    words_.emplace(file_.get(), Usage_file::word_count);
+  } catch (std::system_error const& error) {
+    throw ara::per::ExceptionPhysicalStorageError(text(file, "cannot be mapped", error.code().value()));
+  }
   run_before_ = content_.run;
 }
 
@@ -91,32 +96,26 @@ void Usage_counters::attach(std::uint64_t store_id, Usage const& stored) {
   content_.base = stored;
   content_.store_id = store_id;
   // Readers pass over counters without a name, so nobody sees the change half made.
-  store_word(Usage_file::store_id_at, 0);
+  words_->store(Usage_file::store_id_word, 0);
   auto unnamed_content = content_;
   unnamed_content.store_id = 0;
   write_all(file_.get(), unnamed_content);
-  store_word(Usage_file::store_id_at, store_id);
+  words_->store(Usage_file::store_id_word, store_id);
 }
 
 void Usage_counters::written(std::uint64_t bytes) noexcept {
   content_.run.write = saturating_sum(content_.run.write, bytes);
-  store_word(Usage_file::run_at + 8, content_.run.write);
+  words_->store(Usage_file::run_write_word, content_.run.write);
 }
 
 void Usage_counters::value_read(std::uint64_t bytes) noexcept {
   content_.run.read = saturating_sum(content_.run.read, bytes);
-  store_word(Usage_file::run_at, content_.run.read);
+  words_->store(Usage_file::run_read_word, content_.run.read);
 }
 
 void Usage_counters::value_set() noexcept {
   content_.run.setvalue = saturating_sum(content_.run.setvalue, 1);
-  store_word(Usage_file::run_at + 16, content_.run.setvalue);
-}
-
-void Usage_counters::store_word(std::size_t at, std::uint64_t value) const noexcept {
-  // The file has its size and its memory since it was made: this can only fail if somebody takes the file away, and
-  // then there is nobody left to tell.
-  static_cast<void>(pwrite(file_.get(), &value, sizeof value, static_cast<off_t>(at)) == sizeof value);
+  words_->store(Usage_file::run_setvalue_word, content_.run.setvalue);
 }
 
 void Usage_counters::end_sessions(std::string const& folder) {

@@ -23,11 +23,11 @@ struct Usage_file {
   static constexpr std::size_t word_count = 11;
   static constexpr std::size_t size = word_count * sizeof(std::uint64_t);
   using Words = std::array<std::uint64_t, word_count>;
-  /// Byte offsets of the members.
-  static constexpr std::size_t store_id_at = 8;
-  static constexpr std::size_t base_at = 16;
-  static constexpr std::size_t start_at = 40;
-  static constexpr std::size_t run_at = 64;
+  /// Which words are stored one by one.
+  static constexpr std::size_t store_id_word = 1;
+  static constexpr std::size_t run_read_word = 8;
+  static constexpr std::size_t run_write_word = 9;
+  static constexpr std::size_t run_setvalue_word = 10;
 
   /// The store's own id; 0 until the storage was opened successfully.
   std::uint64_t store_id = 0;
