@@ -8,8 +8,8 @@
 
 namespace linux_platform::per {
 
-/// Words of a file in memory: who reads the file sees a stored word at once, and a process that is killed has lost none.
-/// The file must keep its size; a store to what was cut off would end the process with SIGBUS.
+/// Words of a file in memory: who reads the file sees a stored word at once, and a process that is killed has lost
+/// none. The file must keep its size; a store to what was cut off would end the process with SIGBUS.
 class Mapped_words final {
  public:
   /// The first `count` words of an open file that has them already. std::system_error when they cannot be mapped.
