@@ -108,7 +108,8 @@ flashwatch_add_package(samples flashwatch-samples SECTION admin
   DESCRIPTION "Three applications that write through the key-value storage, each at its own\nrate. They start with 'systemctl start ara_sample@navigation', and likewise\nmedia and tripmeter."
   DEPENDS "flashwatch-platform (= ${PROJECT_VERSION}), passwd"
   USERS ara-sample STOPPED_UNITS ara_sample@navigation ara_sample@media ara_sample@tripmeter
-  STATE /var/lib/ara/per/navigation /var/lib/ara/per/media /var/lib/ara/per/tripmeter)
+  STATE /var/lib/ara/per/navigation /var/lib/ara/per/media /var/lib/ara/per/tripmeter
+    /run/ara/per/navigation /run/ara/per/media /run/ara/per/tripmeter)
 flashwatch_add_package(dev flashwatch-platform-dev SECTION libdevel
   SUMMARY "headers and CMake package of flashwatch's platform"
   DESCRIPTION "For applications that write through ara::per, log through\nara::log or talk through ara::com: find_package(flashwatch_platform)."

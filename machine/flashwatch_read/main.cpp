@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <sys/ioctl.h>
@@ -70,7 +71,10 @@ Exit_code read_once(Figure_source_if& source, Display_if& display, Scid_names co
 Exit_code run(Options const& options) {
   if (options.help || options.version) {
     std::cout << (options.help ? help_text() : "flashwatch_read " FLASHWATCH_VERSION "\n") << std::flush;
-    return std::cout ? Exit_code::fine : Exit_code::could_not_read;
+    if (!std::cout) {
+      throw std::runtime_error("what was asked for cannot be written to the standard output");
+    }
+    return Exit_code::fine;
   }
   auto const names = Scid_names::from_file(options.mapping_file);
   Overview_context const context{remote_text(options.remote), options.watch.has_value(), options.amounts};

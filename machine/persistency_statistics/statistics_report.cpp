@@ -2,6 +2,7 @@
 #include "machine/persistency_statistics/statistics_report.h"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -27,7 +28,7 @@ Statistics_report::Statistics_report(Usage_source_if& source, Budgets const& bud
 
 Statistics_report::Output Statistics_report::now() {
   std::lock_guard<std::mutex> const lock(mutex_);
-  auto const reading = source_.read();
+  auto const reading = read();
   for (auto const& finding : reading.findings) {
     logger_.LogWarn() << finding;
   }
@@ -40,6 +41,20 @@ Statistics_report::Output Statistics_report::now() {
   log_applications(std::move(ids));
   log_unreportable(std::move(unreportable));
   return output;
+}
+
+// A failure that stays is told once.
+Usage_source_if::Reading Statistics_report::read() {
+  try {
+    auto reading = source_.read();
+    trouble_.clear();
+    return reading;
+  } catch (std::exception const& error) {
+    if (std::exchange(trouble_, error.what()) != error.what()) {
+      logger_.LogWarn() << "the storages cannot be read:" << error.what();
+    }
+    throw;
+  }
 }
 
 Statistics_report::Output Statistics_report::join(Usage_source_if::Reading const& reading, Ids& unreportable) const {

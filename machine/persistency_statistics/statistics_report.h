@@ -35,6 +35,7 @@ class Statistics_report final {
  private:
   using Ids = std::set<std::string>;
 
+  Usage_source_if::Reading read();
   Output join(Usage_source_if::Reading const& reading, Ids& unreportable) const;
   void log_applications(Ids ids);
   void log_unreportable(Ids ids);
@@ -46,6 +47,7 @@ class Statistics_report final {
   std::mutex mutex_;             // guards all below, and the source
   std::optional<Ids> reported_;  // the applications of the last answer
   Ids unreportable_;             // those whose id is no text, or that were too many
+  std::string trouble_;          // why the last reading failed; empty when it did not
 };
 
 }  // namespace persistency_statistics

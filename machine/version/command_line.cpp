@@ -27,7 +27,11 @@ std::optional<int> answer_command_line(int count, char const* const* arguments) 
     return usage_error;
   }
   std::cout << program << " " FLASHWATCH_VERSION "\n" << std::flush;
-  return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;
+  if (!std::cout) {
+    std::cerr << program << ": the version cannot be written to the standard output\n";
+    return EXIT_FAILURE;
+  }
+  return EXIT_SUCCESS;
 }
 
 }  // namespace machine::version

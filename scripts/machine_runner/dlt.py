@@ -18,6 +18,7 @@ RingbufferStepSize = 500000
 ControlSocketPath = control
 PersistanceStoragePath = {directory}
 BindAddress = ::ffff:127.0.0.1
+UDPConnectionSetup = 0
 ContextLogLevel = 6
 """
 

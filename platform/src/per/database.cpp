@@ -34,6 +34,13 @@ constexpr char const* writing_settings =
 /// Closing does not copy it: a session with one commit would write twice as much.
 constexpr int longest_log = 256;
 
+/// Who only reads takes a store's totals from whatever file an application has put there: so much of a value, and so
+/// many steps of SQLite's machine for a statement, are many times what a store needs.
+constexpr int longest_value_read = 4096;
+constexpr int most_steps_read = 10'000;
+
+int give_up(void* /*unused*/) noexcept { return 1; }
+
 std::uint8_t const* data_of(std::string_view bytes) noexcept {
   return reinterpret_cast<std::uint8_t const*>(bytes.data());
 }
@@ -107,6 +114,10 @@ int Database::connect() {
        {std::pair(SQLITE_DBCONFIG_DEFENSIVE, 1), std::pair(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0),
         std::pair(SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1)}) {
     sqlite3_db_config(opened, option, value, nullptr);
+  }
+  if (vfs_.access() == Store_vfs::Access::read_only) {
+    sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, longest_value_read);
+    sqlite3_progress_handler(opened, most_steps_read, give_up, nullptr);
   }
   if (auto const set = execute(common_settings); set != SQLITE_OK) {
     return set;

@@ -23,9 +23,12 @@ struct File_rights {
 
   /// Gives a file or folder that the process just made its mode and group; 0, or the errno of what failed.
   int apply(int descriptor, mode_t mode) const noexcept;
-  /// Makes the folder unless it is there. ExceptionStorageLocationNotFound when its place is missing or closed,
-  /// ExceptionPhysicalStorageError when the medium is at fault.
+  /// Makes the folder unless it is there; one of the process's own gets its group. ExceptionStorageLocationNotFound
+  /// when its place is missing or closed, ExceptionPhysicalStorageError when the medium is at fault.
   void make_folder(std::string const& path) const;
+
+ private:
+  bool lacks_group(std::string const& path) const noexcept;
 };
 
 }  // namespace linux_platform::per

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <unistd.h>
 #include <vector>
 
@@ -26,6 +27,10 @@ constexpr std::int64_t frame_size = 24 + Store_format::page_size;
 constexpr std::uint64_t mark = 0x66775365616C6564ULL;
 constexpr std::size_t seal_size = 32;
 constexpr std::size_t crc_size = 4;
+
+/// Who only reads looks no further, as an application can make its log as long as it likes. A log that has become so
+/// long by one great commit is checked when the application opens it.
+constexpr std::int64_t longest_log_read = 8LL << 20U;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -117,7 +122,9 @@ std::optional<std::string> Log_seal::check(std::string const& file, Store_vfs& v
   }
   Log_reader log(opened);
   Bytes piece(seal_size);
-  while (log.next()) {
+  auto const limit =
+      vfs.access() == Store_vfs::Access::read_only ? longest_log_read : std::numeric_limits<std::int64_t>::max();
+  while (log.end() < limit && log.next()) {
     if (opened.read(piece.data(), static_cast<int>(seal_size), log.end()) != SQLITE_OK) {
       return std::nullopt;
     }

@@ -17,7 +17,7 @@ namespace linux_platform::per {
 namespace {
 
 constexpr std::chrono::milliseconds lock_poll_interval{5};
-/// Everybody may see how much is written; only the owner counts.
+/// The group of the storages may see how much is written; only the owner counts.
 constexpr mode_t counters_mode = 0640;
 
 std::string text(std::string const& file, std::string const& what, int error) {

@@ -5,7 +5,10 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
+#include <iterator>
+#include <limits>
 #include <memory>
+#include <set>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -28,9 +31,18 @@ struct Close_folder {
   void operator()(DIR* folder) const noexcept { closedir(folder); }
 };
 
-/// The names in a folder, sorted; nothing when it cannot be read, with errno set. Reading them leaves the folder's time
-/// of last access alone where the process may do so.
-std::optional<std::vector<std::string>> names_in(std::string const& path) {
+/// Whether the process cannot read now what it could read at another time.
+bool is_shortage(int error) noexcept { return error == EMFILE || error == ENFILE || error == ENOMEM; }
+
+void refuse_shortage(int error, std::string const& place) {
+  if (is_shortage(error)) {
+    throw std::system_error(error, std::generic_category(), "\"" + printable(place) + "\" cannot be read now");
+  }
+}
+
+/// The names in a folder that end so: the first ones in their order, `limit` of them at most. Nothing when it cannot be
+/// read, with errno set. Reading them leaves the folder's time of last access alone where the process may do so.
+std::optional<std::set<std::string>> names_in(std::string const& path, std::string_view suffix, std::size_t limit) {
   constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
   auto descriptor = open(path.c_str(), flags | O_NOATIME);
   if (descriptor < 0 && errno == EPERM) {
@@ -40,18 +52,17 @@ std::optional<std::vector<std::string>> names_in(std::string const& path) {
   if (!folder) {
     return std::nullopt;
   }
-  std::vector<std::string> names;
+  std::set<std::string> names;
   while (auto const* const entry = readdir(folder.get())) {
-    names.emplace_back(static_cast<char const*>(entry->d_name));
+    std::string_view const name(static_cast<char const*>(entry->d_name));
+    if (name.size() > suffix.size() && name.substr(name.size() - suffix.size()) == suffix) {
+      names.emplace(name);
+    }
+    if (names.size() > limit) {
+      names.erase(std::prev(names.end()));
+    }
   }
-  std::sort(names.begin(), names.end());
   return names;
-}
-
-std::optional<std::string> without_suffix(std::string const& name, std::string_view suffix) {
-  auto const fits =
-      name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
-  return fits ? std::optional(name.substr(0, name.size() - suffix.size())) : std::nullopt;
 }
 
 struct Counters {
@@ -63,6 +74,7 @@ struct Counters {
 Counters load_counters(std::string const& path) {
   Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (!file) {
+    refuse_shortage(errno, path);
     return {std::nullopt, errno != ENOENT};
   }
   struct stat status {};
@@ -79,13 +91,13 @@ Usage_reader::Usage_reader(Per_settings settings) : settings_(std::move(settings
 
 Usage_reader::Reading Usage_reader::read() {
   Reading reading;
-  if (auto const names = names_in(settings_.root)) {
-    for (auto const& name : *names) {
-      read_application(name, reading);
-    }
-  } else {
-    report(settings_.root, "the folder of the storages cannot be read: " + std::generic_category().message(errno),
-           reading);
+  auto const names = names_in(settings_.root, "", std::numeric_limits<std::size_t>::max());
+  if (!names) {
+    throw std::system_error(errno, std::generic_category(),
+                            "the folder of the storages \"" + printable(settings_.root) + "\" cannot be read");
+  }
+  for (auto const& name : *names) {
+    read_application(name, reading);
   }
   forget_what_is_gone();
   std::sort(reading.applications.begin(), reading.applications.end(),
@@ -100,17 +112,15 @@ void Usage_reader::read_application(std::string const& folder_name, Reading& rea
   if (!application_id || lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
     return;
   }
-  auto const names = names_in(folder);
+  auto const names = names_in(folder, store_suffix, storage_limit + 1);
   if (!names) {
+    refuse_shortage(errno, folder);
     report(folder, "the folder of an application cannot be read: " + std::generic_category().message(errno), reading);
     return;
   }
   Application_usage application{*application_id, {}, {}};
   std::size_t storages = 0;
   for (auto const& name : *names) {
-    if (!without_suffix(name, store_suffix)) {
-      continue;
-    }
     if (++storages > storage_limit) {
       report(folder, "more than " + std::to_string(storage_limit) + " storages, the others are not counted", reading);
       break;
@@ -132,16 +142,19 @@ void Usage_reader::read_storage(std::string const& folder, std::string const& fi
   auto& storage = storages_[file];
   storage.seen = true;
   if (storage.file_number != status.st_ino) {
-    storage = Storage{status.st_ino, false, true, 0, {}};
+    storage = Storage{status.st_ino, false, true, 0, 0, {}};
   }
   if (!storage.examined) {
     examine(file, storage, reading);
   } else if (auto const known = findings_.find(file); known != findings_.end()) {
     known->second.seen = true;
   }
-  auto const name = *without_suffix(file_name, store_suffix);
+  auto const name = file_name.substr(0, file_name.size() - store_suffix.size());
   auto const counters_file = settings_.run_directory + "/" + folder + "/" + name + std::string(counters_suffix);
   auto const [counters, damaged] = load_counters(counters_file);
+  if (counters) {
+    look_again(file, *counters, storage, reading);
+  }
   // A store that was busy with counters is in its application's hands, and they say everything.
   storage.examined = storage.examined || counters;
   // Counters of another store are left from one that was here before.
@@ -158,11 +171,21 @@ void Usage_reader::read_storage(std::string const& folder, std::string const& fi
   }
 }
 
+/// Counters of another store: left over from one that was here before, or those of a new one that has got the number of
+/// the old one's file. Which of the two does not change, so one look at the store will do.
+void Usage_reader::look_again(std::string const& file, Usage_file const& counters, Storage& storage, Reading& reading) {
+  if (storage.store_id == 0 || storage.store_id == counters.store_id || storage.foreign_id == counters.store_id) {
+    return;
+  }
+  storage = Storage{storage.file_number, false, true, 0, counters.store_id, {}};
+  examine(file, storage, reading);
+}
+
 void Usage_reader::examine(std::string const& file, Storage& storage, Reading& reading) {
   No_write_meter meter;
   No_file_observer observer;
+  Store_vfs vfs(Store_vfs::Access::read_only, File_rights{}, meter, observer);
   try {
-    Store_vfs vfs(Store_vfs::Access::read_only, File_rights{}, meter, observer);
     Database const database(file, vfs, std::chrono::milliseconds{0});
     storage.store_id = database.summary().store_id;
     storage.stored = database.summary().total;
@@ -170,6 +193,7 @@ void Usage_reader::examine(std::string const& file, Storage& storage, Reading& r
   } catch (Database_busy const&) {
     // Its application has it open. Without counters it is only just doing so, and the next reading will tell.
   } catch (ara::per::ExceptionPhysicalStorageError const& e) {
+    refuse_shortage(vfs.last_error(), file);
     storage.examined = true;
     report(file, e.what(), reading);
   }

@@ -10,6 +10,7 @@
 
 #include "platform/src/per/settings.h"
 #include "platform/src/per/usage.h"
+#include "platform/src/per/usage_file.h"
 
 namespace linux_platform::per {
 
@@ -28,7 +29,8 @@ struct Application_usage {
 /// counters in the run directory say everything. A store that its application has open is not opened at all: its
 /// counters already hold its totals. Counters that are damaged, or behind the store, are a finding, and what the store
 /// held when it was opened counts instead. Nothing is written, and no file stays open between two readings. Nothing an
-/// application does to its files can stop or crash a reading. Used by one thread at a time.
+/// application does to its files can stop or crash a reading, or cost it much time or memory. Used by one thread at a
+/// time.
 class Usage_reader {
  public:
   explicit Usage_reader(Per_settings settings);
@@ -40,7 +42,9 @@ class Usage_reader {
     std::vector<std::string> findings;
   };
 
-  /// May block for as long as the medium takes, never for a lock.
+  /// May block for as long as the medium takes, never for a lock. std::system_error when it would not be the whole
+  /// truth for another reason than what an application did: the root cannot be read, or the process is short of
+  /// descriptors or memory.
   Reading read();
 
  private:
@@ -49,12 +53,15 @@ class Usage_reader {
     bool examined = false;
     bool seen = false;
     std::uint64_t store_id = 0;
+    /// Counters of this store were there when it was examined, though it is another one; 0 when none were.
+    std::uint64_t foreign_id = 0;
     Usage stored;
   };
 
   void read_application(std::string const& folder_name, Reading& reading);
   void read_storage(std::string const& folder, std::string const& file_name, Application_usage& application,
                     Reading& reading);
+  void look_again(std::string const& file, Usage_file const& counters, Storage& storage, Reading& reading);
   void examine(std::string const& file, Storage& storage, Reading& reading);
   void report(std::string const& place, std::string const& finding, Reading& reading);
   void forget_what_is_gone();

@@ -63,7 +63,7 @@ class Daemon:
             self.port = str(probe.getsockname()[1])
         (directory / "dlt.conf").write_text(
             "ECUId = ECU1\nSharedMemorySize = 100000\nSendContextRegistration = 1\nRingbufferMaxSize = 10000000\n"
-            "LoggingMode = 3\nLoggingLevel = 6\nBindAddress = ::ffff:127.0.0.1\n"
+            "LoggingMode = 3\nLoggingLevel = 6\nBindAddress = ::ffff:127.0.0.1\nUDPConnectionSetup = 0\n"
             f"ControlSocketPath = {directory}/control.sock\nPersistanceStoragePath = {directory}\n"
             f"ContextLogLevel = {context_level}\n")
         self.child = subprocess.Popen(["dlt-daemon", "-c", directory / "dlt.conf", "-t", directory, "-p", self.port],

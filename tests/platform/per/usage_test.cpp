@@ -2,6 +2,8 @@
 // What the statistics service sees of who reads, writes and sets: from the constructor on, over kills, restarts and
 // losses of the run directory, over several storages and processes of one application.
 
+#include <sys/resource.h>
+
 #include "tests/platform/per/recorded_medium.h"
 
 namespace per_test {
@@ -197,8 +199,40 @@ TEST(The_usage_reader, takes_what_is_a_storage_and_tells_of_the_rest_once) {
   ASSERT_THAT(reading.findings, SizeIs(2));
   EXPECT_THAT(reading.findings[0], testing::AllOf(HasSubstr("broken.db"), HasSubstr("too short")));
   EXPECT_THAT(reader.read().findings, SizeIs(0)) << "each is told once";
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  auto const usual = std::exchange(files.rlim_cur, 0);
+  setrlimit(RLIMIT_NOFILE, &files);
+  EXPECT_THROW(reader.read(), std::system_error) << "not as if there were no applications";
+  files.rlim_cur = usual;
+  setrlimit(RLIMIT_NOFILE, &files);
   std::filesystem::remove_all(machine.settings.root);
-  EXPECT_THAT(reader.read().findings, SizeIs(1));
+  EXPECT_THROW(reader.read(), std::system_error);
+}
+
+TEST_F(Usage_of_an_application, is_that_of_the_store_that_is_there_now) {
+  Machine other;
+  machine.commit_once();
+  for (int i = 0; i < 3; ++i) {
+    other.commit_once();
+  }
+  Usage_reader reader(machine.settings);
+  reader.read();
+  // As a store that was made anew: in a file of the same number.
+  write_file(machine.file(), read_file(other.file()));
+  write_file(machine.log(), read_file(other.log()));
+  write_file(machine.counters(), read_file(other.counters()));
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(reader.read().applications.at(0).total, other.usage().total);
+  }
+}
+
+TEST_F(Usage_of_an_application, is_read_soon_however_long_its_log_is) {
+  machine.commit_once();
+  machine.lose_run_directory();
+  auto const total = machine.usage().total;
+  std::filesystem::resize_file(machine.log(), std::uintmax_t{1} << 40U);
+  EXPECT_EQ(machine.usage().total, total);
 }
 
 }  // namespace
