@@ -57,7 +57,7 @@ class Conversation:
         elif what == "activates":
             tester.activate(int(text or "0", 16))
         elif text == "alive":
-            tester.send(bytes.fromhex(f"02FD000800000002{tester.logical:04X}"))
+            tester.be_alive()
         elif what == "is":
             tester.logical = int(text, 16)
         elif what in ("sends", "drips"):

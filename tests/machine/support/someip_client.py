@@ -1,20 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
-"""One who asks SOME/IP services over TCP, played by scapy: what it hears is told in words."""
-import struct
-
-from scapy.config import conf
-
-conf.ipv6_enabled = False
-from framed_stream import Framed_stream  # noqa: E402
-from scapy.contrib.automotive.someip import SOMEIP  # noqa: E402
+"""One who asks SOME/IP services over TCP: what it hears is told in words."""
+from framed_stream import Framed_stream
+from layers import SOMEIP, Raw
 
 NO_META_INFO = bytes(4)
 
 
 def message(service, method, payload=NO_META_INFO):
-    header = bytes(SOMEIP(srv_id=service, sub_id=method >> 15, method_id=method & 0x7FFF, client_id=0x0102, session_id=7,
-                          proto_ver=1, iface_ver=1))
-    return header[:4] + struct.pack(">I", 8 + len(payload)) + header[8:16] + payload
+    return bytes(SOMEIP(srv_id=service, sub_id=method >> 15, method_id=method & 0x7FFF, client_id=0x0102, session_id=7,
+                        iface_ver=1) / Raw(payload))
 
 
 def describe(data):

@@ -1,26 +1,29 @@
 # SPDX-License-Identifier: Apache-2.0
 """A process of the machine that offers SOME/IP services, played by scapy: service discovery and TCP on one address."""
 import contextlib
+import itertools
 import socket
 import struct
 import threading
 
-from scapy.config import conf
-
-conf.ipv6_enabled = False
-from scapy.contrib.automotive.someip import SD, SOMEIP, SDEntry_Service, SDOption_IP4_EndPoint  # noqa: E402
-from scapy.packet import Raw  # noqa: E402
+from layers import SD, SOMEIP, Raw, SDEntry_Service, SDOption_IP4_EndPoint
 
 RESPONSE = 0x80
 OFFER_PERIOD, LIMIT = 0.05, 30  # seconds; a search lasts longer than the period
 
 
+def datagram(entries, options=(), session=1):
+    discovery = SD(flags=0xC0)
+    discovery.set_entryArray(entries)
+    discovery.set_optionArray(list(options))
+    header = SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=session)
+    return bytes(header / discovery)
+
+
 def find(service_id):
     """A datagram that asks discovery for any instance of a service."""
-    search = SD(flags=0xC0)
-    search.set_entryArray([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, minor_ver=0xFFFFFFFF,
-                                           ttl=3)])
-    return bytes(SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=1) / search)
+    return datagram([SDEntry_Service(type=0, srv_id=service_id, inst_id=0xFFFF, major_ver=0xFF, minor_ver=0xFFFFFFFF,
+                                     ttl=3)])
 
 
 class Service:
@@ -38,14 +41,14 @@ class Someip_node:
 
     def __init__(self, address, group, sd_port, services):
         self.address, self.services, self.group = address, services, (group, sd_port)
-        self.session, self.ends, self.streams = 0, threading.Event(), []
+        self.ends, self.streams = threading.Event(), []
         self.changed = threading.Condition()
-        self.multicast = self._bound(socket.SOCK_DGRAM, (address, sd_port))
+        self.multicast = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.multicast.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.multicast.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, socket.inet_aton(address))
+        self.multicast.bind((address, sd_port))
         for service in services:
-            listener = self._bound(socket.SOCK_STREAM, (address, service.port))
-            listener.listen(64)
-            self._run(self._accept, listener, service)
+            self._run(self._accept, socket.create_server((address, service.port), backlog=64), service)
         self.thread = self._run(self._keep_offering)
 
     def end(self):
@@ -70,13 +73,6 @@ class Someip_node:
             assert self.changed.wait_for(lambda: any(each.withheld for each in self.services), LIMIT)
 
     @staticmethod
-    def _bound(kind, address):
-        made = socket.socket(socket.AF_INET, kind)
-        made.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        made.bind(address)
-        return made
-
-    @staticmethod
     def _run(function, *arguments):
         thread = threading.Thread(target=function, args=arguments, daemon=True)
         thread.start()
@@ -89,19 +85,13 @@ class Someip_node:
         stream.close()
 
     def _keep_offering(self):
-        while not self.ends.wait(OFFER_PERIOD if self.session else 0):
-            self._offer()
-
-    def _offer(self):
-        self.session = self.session % 0xFFFF + 1
-        discovery = SD(flags=0xC0)
-        discovery.set_entryArray([SDEntry_Service(
-            type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1, minor_ver=0, ttl=3)
-            for index, service in enumerate(self.services)])
-        discovery.set_optionArray([SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=service.port)
-                                   for service in self.services])
-        header = SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=self.session)
-        self.multicast.sendto(bytes(header / discovery), self.group)
+        entries = [SDEntry_Service(type=1, index_1=index, n_opt_1=1, srv_id=service.service_id, inst_id=1, major_ver=1,
+                                   minor_ver=0, ttl=3) for index, service in enumerate(self.services)]
+        options = [SDOption_IP4_EndPoint(addr=self.address, l4_proto=6, port=each.port) for each in self.services]
+        for session in itertools.cycle(range(1, 0x10000)):
+            self.multicast.sendto(datagram(entries, options, session), self.group)
+            if self.ends.wait(OFFER_PERIOD):
+                return
 
     def _accept(self, listener, service):
         self.streams.append(listener)

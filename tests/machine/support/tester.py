@@ -2,12 +2,8 @@
 """Testers, played by scapy: what they hear of the diagnostic manager is told in words."""
 import socket
 
-from scapy.config import conf
-
-conf.ipv6_enabled = False
-from framed_stream import LIMIT, Framed_stream  # noqa: E402
-from scapy.contrib.automotive.doip import DoIP  # noqa: E402
-from scapy.packet import Raw  # noqa: E402
+from framed_stream import LIMIT, Framed_stream
+from layers import DoIP, Raw
 
 PORT = 13400
 ENTITY, EVERYBODY = 0x1001, 0xE400
@@ -38,6 +34,9 @@ class Tester(Framed_stream):
 
     def activate(self, kind=0):
         self.send(bytes(DoIP(payload_type=5, source_address=self.logical, activation_type=kind)))
+
+    def be_alive(self):
+        self.send(bytes(DoIP(payload_type=8, source_address=self.logical)))
 
     def join(self):
         self.activate()
