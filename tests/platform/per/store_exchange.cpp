@@ -3,41 +3,33 @@
 // has to be all right whoever wrote it, leaves a value of every type under its own name, and prints whose it has found.
 #include <cstdint>
 #include <exception>
-#include <functional>
 #include <iostream>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ara/per/key_value_storage.h"
+#include "platform/src/per/record_codec.h"
 
 namespace {
 
 using ara::per::KvsType;
 
-std::vector<std::uint8_t> const binary{0x00, 0x01, 0x80, 0xFF};
-constexpr auto smallest = std::numeric_limits<std::int64_t>::min();
-constexpr auto greatest = std::numeric_limits<std::uint64_t>::max();
-constexpr double fraction = -0.1;
-
-void leave(ara::per::KeyValueStorage& storage, std::string const& side) {
-  storage.SetValue(side + " binary", KvsType(binary.data(), binary.size()));
-  storage.SetValue(side + " text", KvsType("Gr\xC3\xBC\xC3\x9F" + std::string(3000, 'e')));
-  storage.SetValue(side + " signed", KvsType(smallest));
-  storage.SetValue(side + " unsigned", KvsType(greatest));
-  storage.SetValue(side + " floating", KvsType(fraction));
-  storage.SetValue(side + " boolean", KvsType(true));
-  storage.SetValue(side, KvsType(true));
-  storage.SyncToStorage();
+/// What a side leaves, each under the side's name and this. The last one says that there are the others.
+std::vector<std::pair<std::string, KvsType>> values() {
+  return {{" binary", KvsType("\0\x01\x80\xFF", 4)},
+          {" text", KvsType("Gr\xC3\xBC\xC3\x9F" + std::string(3000, 'e'))},
+          {" signed", KvsType(std::numeric_limits<std::int64_t>::min() + 1)},
+          {" unsigned", KvsType(std::numeric_limits<std::uint64_t>::max() - 1)},
+          {" floating", KvsType(-0.1)},
+          {" boolean", KvsType(true)},
+          {"", KvsType(true)}};
 }
 
-bool is_whole(ara::per::KeyValueStorage const& storage, std::string const& side) {
-  return storage.GetValue(side + " binary").GetBinary() == binary &&
-         storage.GetValue(side + " text").GetString() == "Gr\xC3\xBC\xC3\x9F" + std::string(3000, 'e') &&
-         storage.GetValue(side + " signed").GetSInt() == smallest &&
-         storage.GetValue(side + " unsigned").GetUInt() == greatest &&
-         std::equal_to<double>()(storage.GetValue(side + " floating").GetDouble(), fraction) &&
-         storage.GetValue(side + " boolean").GetBool();
+/// The only thing by which values of any type compare.
+std::vector<std::uint8_t> record_of(KvsType const& value) {
+  return linux_platform::per::Record_codec::encode("", value);
 }
 
 }  // namespace
@@ -46,12 +38,19 @@ int main(int argc, char* argv[]) {
   try {
     std::vector<std::string> const arguments(argv, argv + argc);
     ara::per::KeyValueStorage storage("exchange");
-    for (auto const& key : storage.GetAllKeys()) {
-      if (key.find(' ') == std::string::npos) {
-        std::cout << key << (is_whole(storage, key) ? " whole\n" : " damaged\n");
+    for (auto const& side : storage.GetAllKeys()) {
+      if (side.find(' ') == std::string::npos) {
+        auto is_whole = true;
+        for (auto const& [name, value] : values()) {
+          is_whole = is_whole && record_of(storage.GetValue(side + name)) == record_of(value);
+        }
+        std::cout << side << (is_whole ? " whole\n" : " damaged\n");
       }
     }
-    leave(storage, arguments.at(1));
+    for (auto const& [name, value] : values()) {
+      storage.SetValue(arguments.at(1) + name, value);
+    }
+    storage.SyncToStorage();
     return 0;
   } catch (std::exception const& error) {
     std::cerr << error.what() << '\n';
