@@ -26,12 +26,6 @@ def note(event):
         events.write(f"{event} {NAME}\n")
 
 
-def notify(text):
-    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
-        manager.connect(os.environ["NOTIFY_SOCKET"].replace("@", "\0", 1))
-        manager.send(text)
-
-
 discovery = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
 discovery.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
 discovery.bind((MANIFEST["processes"][NAME]["address"], MANIFEST["communication"]["discovery"]["port"]))
@@ -42,7 +36,8 @@ if FAULT == "dies":
     sys.exit("cannot go on")
 signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGTERM])
 if FAULT != "never ready":
-    notify(b"READY=1\nSTATUS=running")
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.sendto(b"READY=1\nSTATUS=running", os.environ["NOTIFY_SOCKET"].replace("@", "\0", 1))
 signal.sigwait([signal.SIGTERM])
 note("end")
 if NAME == "flashwatch":

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Starts in later years, by a clock that stands still at a time of its own: what is logged, reported and stored then,
 and after a power cut while a year's change is stored. Then a thousand real storages behind it."""
+import json
+import pathlib
 import shutil
 import sqlite3
 import struct
@@ -21,20 +23,9 @@ STORE = "flashwatch_BkupByEmBoot.db"
 PIECE, SEAL = 16, 32  # bytes of the store's log: the power is cut after each piece; the seal is written last
 MANY = 1000
 
-# One start after the other on the same store. When, in seconds since the first use, with which budget of a year; then
-# what is stored (limits, years), the accumulated limits that are logged, and a warning.
-STARTS = [
-    ("last second of the first year", YEAR - 1, (10, 20), (0, 0, 1), (10, 20), ""),
-    ("first second of the second year", YEAR, (10, 20), (10, 20, 2), (20, 40), ""),
-    ("within the second year", YEAR + 86400, (10, 20), (10, 20, 2), (20, 40), ""),
-    ("third year, other budget", 2 * YEAR, (100, 200), (110, 220, 3), (210, 420), ""),
-    ("clock back by years", YEAR, (100, 200), (110, 220, 3), (210, 420),
-     "Persisted years in use: 3 will be used due to negative time difference"),
-    ("clock before the first use", -1, (100, 200), (110, 220, 3), (210, 420),
-     f"Current time: {FIRST_USE - 1} is smaller than persisted time of first use: {FIRST_USE}"),
-    ("clock forward by decades", 40 * YEAR, (10, 20), (490, 980, 41), (500, 1000), ""),
-    ("and set right: what was counted stays", 3 * YEAR, (10, 20), (490, 980, 41), (500, 1000),
-     "Persisted years in use: 41 will be used due to negative time difference")]
+# One start after the other on the same store. When, in years and seconds since the first use, with which budget of a
+# year; then what is stored (limits, years), the accumulated limits that are logged, and a warning.
+STARTS = json.loads(pathlib.Path(__file__).with_name("years.json").read_text())
 
 
 def storage(stage):
@@ -68,9 +59,9 @@ def start(stage, seconds, budget):
         return int(report[40:56], 16), process.text()
 
 
-def year(stage, seconds, budget, stored, limits, warning):
+def year(stage, after, budget, stored, limits, warning=""):
     before, writes = traces(stage), record(stage) != struct.pack("<qQQII", FIRST_USE, *stored, 0)
-    reported, log = start(stage, seconds, budget)
+    reported, log = start(stage, after[0] * YEAR + after[1], budget)
     assert record(stage) == struct.pack("<qQQII", FIRST_USE, *stored, 0)
     assert (traces(stage) != before) == writes, "written without need, or not"
     line = "alpha year limits({}, {}) acc limits({}, {}) year in use({})".format(*budget, *limits, stored[2])
@@ -125,6 +116,6 @@ def rows(programs):
     with Stage(programs, {**GROUP, "answers": {"statistics": {}}}) as stage:
         stage.peers("come")
         yield from changes_of_a_year(stage)
-        for name, *row in STARTS:
-            yield name, partial(year, stage, *row)
+        for name, row in STARTS.items():
+            yield name, partial(year, stage, **row)
     yield f"{MANY} storages", partial(many_storages, programs)

@@ -46,18 +46,10 @@ def preload(library):
     return {"LD_PRELOAD": library, "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"}
 
 
-def how(words):
-    """The options of a start."""
-    match words:
-        case ["hastily"]:
-            return {"variables": preload(os.environ["SHORT_SLEEP"])}
-        case ["on", "a", "full", "disk"]:
-            return {"expect_ready": False, "prepare": fill_the_disk}
-        case ["in", "vain"]:
-            return {"expect_ready": False}
-        case ["elsewhere"]:
-            return {"inside": INSIDE_OTHER}
-    return {}
+HOW = {  # the options of a start
+    "": dict, "hastily": lambda: {"variables": preload(os.environ["SHORT_SLEEP"])},
+    "on a full disk": lambda: {"expect_ready": False, "prepare": fill_the_disk},
+    "in vain": lambda: {"expect_ready": False}, "elsewhere": lambda: {"inside": INSIDE_OTHER}}
 
 
 class Stage(Machine):
@@ -149,7 +141,7 @@ class Stage(Machine):
             case "starts":
                 if process:
                     process.__exit__()
-                process = self.processes[name] = self.start(name, **how(words))
+                process = self.processes[name] = self.start(name, **HOW[text]())
                 self.logged[name] = [0, 0]
             case "ends":
                 started = time.monotonic()
