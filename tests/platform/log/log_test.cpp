@@ -26,9 +26,24 @@ using linux_platform::log::Recorded_piece;
 using linux_platform::log::Recording_sink;
 using Texts = std::vector<std::string>;
 
-TEST(ARecord, IsHandedOverOnceByFlushAndNotWhenEmpty) {
+struct ARecord : testing::Test {
+  /// Of the one record that the inserted values make.
+  template <typename Values>
+  std::vector<Recorded_piece> pieces_of(Values const& inserted) {
+    {
+      auto stream = ara::log::LogInfo();
+      for (auto const& value : inserted) {
+        stream << value;
+      }
+    }
+    return sink.take().at(0).pieces;
+  }
+
   Recording_sink sink;
-  Installed_sink const installed(sink);
+  Installed_sink const installed{sink};
+};
+
+TEST_F(ARecord, IsHandedOverOnceByFlushAndNotWhenEmpty) {
   {
     auto stream = ara::log::CreateLogger("DATA", "data").LogError();
     stream << 1;
@@ -42,9 +57,7 @@ TEST(ARecord, IsHandedOverOnceByFlushAndNotWhenEmpty) {
 }
 
 // A text takes 7 of the 1,390 bytes beside its own; the mark takes 5 in a text that is cut, 12 on its own.
-TEST(ARecord, IsCutAtACharacterWithAMark) {
-  Recording_sink sink;
-  Installed_sink const installed(sink);
+TEST_F(ARecord, IsCutAtACharacterWithAMark) {
   auto const x = [](std::size_t size) { return std::string(size, 'x'); };
   for (auto const& [what, inserted, expected] : std::vector<std::tuple<char const*, Texts, Texts>>{
            {"fits exactly", {x(683), x(693)}, {x(683), x(693)}},
@@ -56,30 +69,11 @@ TEST(ARecord, IsCutAtACharacterWithAMark) {
            {"no room for another text", {x(1371), x(6), "y"}, {x(1371), "[cut]"}},
            {"no room even for the mark", {x(1372), x(99)}, {x(1372) + "[cut]"}},
            {"far too long", {x(100'000), "y"}, {x(1378) + "[cut]"}}}) {
-    {
-      auto stream = ara::log::LogInfo();
-      for (auto const& text : inserted) {
-        stream << text;
-      }
-    }
-    auto const records = sink.take();
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records[0].pieces, std::vector<Recorded_piece>(expected.begin(), expected.end())) << what;
+    EXPECT_EQ(pieces_of(inserted), std::vector<Recorded_piece>(expected.begin(), expected.end())) << what;
   }
-}
-
-TEST(ARecord, HasAtMost255PiecesAndTheLastOneMarksTheCut) {
-  Recording_sink sink;
-  Installed_sink const installed(sink);
-  {
-    auto stream = ara::log::LogInfo();
-    for (int i = 0; i < 256; ++i) {
-      stream << false;
-    }
-  }
-  auto expected = std::vector<Recorded_piece>(254, false);
-  expected.emplace_back("[cut]"s);
-  EXPECT_EQ(sink.take().at(0).pieces, expected);
+  std::vector<Recorded_piece> most(254, false);
+  most.emplace_back("[cut]"s);
+  EXPECT_EQ(pieces_of(std::array<bool, 256>{}), most) << "its pieces are counted";
 }
 
 TEST(ALogger, IsEnabledDownToWhatTheMostCuriousSinkTakes) {

@@ -28,6 +28,7 @@
 namespace per_test {
 
 namespace per = linux_platform::per;
+using namespace std::string_literals;
 using ara::per::ExceptionLogicError;
 using ara::per::ExceptionPhysicalStorageError;
 using ara::per::ExceptionStorageLocationNotFound;
@@ -69,18 +70,11 @@ class Storage final : public ara::per::KeyValueStorageBase {
   }
 };
 
-/// Where a sync costs nothing.
-inline std::filesystem::path memory_file_system() {
-  return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
-}
-
-/// A machine's root and run directory, in a folder of their own that goes with the object.
+/// A machine's root and run directory, in a folder of their own that goes with the object, where a sync costs nothing.
 class Machine {
  public:
-  explicit Machine(std::filesystem::path const& place = memory_file_system()) {
-    std::string pattern = (place / "per_test_XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-    chmod(folder_.c_str(), 0755);
+  Machine() {
+    chmod(mkdtemp(folder_.data()), 0755);
     settings.root = folder_ + "/root";
     settings.run_directory = folder_ + "/run";
     settings.lock_wait = std::chrono::milliseconds{0};
@@ -131,7 +125,7 @@ class Machine {
   per::Per_settings settings;
 
  private:
-  std::string folder_;
+  std::string folder_ = (access("/dev/shm", W_OK) == 0 ? "/dev/shm" : testing::TempDir()) + "/per_test_XXXXXX"s;
 };
 
 inline std::string read_file(std::string const& path) {

@@ -13,7 +13,6 @@ namespace per_test {
 namespace {
 
 using per::Record_codec;
-using namespace std::string_literals;
 using Bytes = std::vector<std::uint8_t>;
 
 std::string as_text(Bytes const& bytes) { return {bytes.begin(), bytes.end()}; }
