@@ -14,10 +14,9 @@ START, DAY = 1_700_000_000, 86400  # 2023-11-14 22:13:20 UTC
 
 def message(seconds, texts, order=">", application=b"FLWT", context=b"DATA"):
     payload = b"".join(struct.pack(order + "IH", 0x8200, len(text.encode()) + 1) + text.encode() + b"\0" for text in texts)
-    flags = 0x35 | (0x02 if order == ">" else 0)  # version 1, timestamp, ECU, extended header
-    length = 4 + 4 + 4 + 10 + len(payload)
-    return (b"DLT\1" + struct.pack("<II", seconds, 0) + b"ECU1" + struct.pack(">BBH", flags, 0, length) + b"ECU1" +
-            struct.pack(">I", 0) + struct.pack("BB", 0x41, len(texts)) + application + context + payload)
+    flags = 0x37 if order == ">" else 0x35  # version 1, timestamp, ECU, extended header
+    return struct.pack("<4sII4s", b"DLT\1", seconds, 0, b"ECU1") + struct.pack(
+        ">BBH4sIBB4s4s", flags, 0, 22 + len(payload), b"ECU1", 0, 0x41, len(texts), application, context) + payload
 
 
 def reading(day, name, written, soft, hard, **options):

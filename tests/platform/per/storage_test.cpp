@@ -94,11 +94,7 @@ TEST_F(A_storage, keeps_the_ordinary_tool_out_while_it_is_open_and_tells_what_it
 }
 
 TEST_F(A_storage, refuses_what_is_no_store_and_leaves_it_as_it_is) {
-  struct Obstacle {
-    std::function<void(Machine const&)> put;
-    char const* cause;
-  };
-  std::vector<Obstacle> const obstacles{
+  std::vector<std::pair<std::function<void(Machine const&)>, char const*>> const obstacles{
       {[](auto& m) { write_file(m.file(), std::string(5000, 'x')); }, "damaged or foreign"},
       {[](auto& m) { write_file(m.file(), ""); }, "too short"},
       {[](auto& m) { m.as_tool("PRAGMA application_id=1"); }, "application id"},
@@ -113,31 +109,28 @@ TEST_F(A_storage, refuses_what_is_no_store_and_leaves_it_as_it_is) {
        },
        "directory"},
   };
-  for (auto const& obstacle : obstacles) {
-    SCOPED_TRACE(obstacle.cause);
+  for (auto const& [put, cause] : obstacles) {
+    SCOPED_TRACE(cause);
     Machine fresh;
     fresh.commit_once();
-    obstacle.put(fresh);
+    put(fresh);
     auto const before = read_file(fresh.file());
-    EXPECT_THAT([&] { Storage{fresh.settings}; },
-                ThrowsMessage<ExceptionPhysicalStorageError>(
-                    AllOf(HasSubstr("\"store\""), HasSubstr("\"app\""), HasSubstr(obstacle.cause))));
+    EXPECT_THAT([&] { Storage{fresh.settings}; }, ThrowsMessage<ExceptionPhysicalStorageError>(AllOf(
+                                                      HasSubstr("\"store\""), HasSubstr("\"app\""), HasSubstr(cause))));
     EXPECT_EQ(read_file(fresh.file()), before);
   }
 }
 
 TEST_F(A_storage, says_where_it_found_no_place) {
-  struct Row {
-    std::function<void(per::Per_settings&)> spoil;
-    char const* text;
-  };
-  for (auto const& row : {Row{[](auto& s) { s.root += "/missing"; }, "root/missing"},
-                          Row{[](auto& s) { s.run_directory += "/missing"; }, "run/missing"},
-                          Row{[](auto& s) { s.group = "no such group"; }, "no such group"}}) {
+  std::vector<std::pair<std::function<void(per::Per_settings&)>, char const*>> const missing{
+      {[](auto& s) { s.root += "/missing"; }, "root/missing"},
+      {[](auto& s) { s.run_directory += "/missing"; }, "run/missing"},
+      {[](auto& s) { s.group = "no such group"; }, "no such group"}};
+  for (auto const& [spoil, text] : missing) {
     auto settings = machine.settings;
-    row.spoil(settings);
+    spoil(settings);
     EXPECT_THAT([&] { Storage{settings}; },
-                ThrowsMessage<ExceptionStorageLocationNotFound>(AllOf(HasSubstr("\"store\""), HasSubstr(row.text))));
+                ThrowsMessage<ExceptionStorageLocationNotFound>(AllOf(HasSubstr("\"store\""), HasSubstr(text))));
   }
   EXPECT_THROW((Storage{machine.settings, "app", ""}), ExceptionLogicError);
   EXPECT_THROW((Storage{machine.settings, std::string(1000, 'a')}), ExceptionLogicError);
@@ -175,18 +168,14 @@ TEST_F(A_storage, is_closed_to_others_and_readable_for_its_group) {
     return static_cast<unsigned>(std::filesystem::status(path).permissions());
   };
   auto const old_mask = umask(0);
-  { Storage{machine.settings}; }
-  EXPECT_EQ(mode(machine.folder()), 0700U);
-  EXPECT_EQ(mode(machine.file()), 0600U);
-  if (geteuid() == 0) {
-    Machine shared;
-    shared.settings.group = "nogroup";
-    { Storage{shared.settings}; }
-    EXPECT_EQ(mode(shared.folder()), 0750U);
-    for (auto const& file : {shared.file(), shared.log(), shared.counters()}) {
-      EXPECT_EQ(mode(file), 0640U);
-    }
-    EXPECT_EQ(shared.usage().application_id, "app");
+  for (auto const is_shared : {false, geteuid() == 0}) {
+    Machine fresh;
+    fresh.settings.group = is_shared ? std::optional("nogroup"s) : std::nullopt;
+    { Storage{fresh.settings}; }
+    EXPECT_EQ(mode(fresh.folder()), is_shared ? 0750U : 0700U);
+    EXPECT_EQ(mode(fresh.file()), is_shared ? 0640U : 0600U);
+    EXPECT_EQ(mode(fresh.log()), is_shared ? 0640U : 0600U);
+    EXPECT_EQ(mode(fresh.counters()), 0640U);
   }
   umask(old_mask);
 }
