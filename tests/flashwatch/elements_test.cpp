@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "flashwatch/app/stats_service_elems_factory.h"
+#include "flashwatch/config/periodic_logging_conf.h"
 #include "flashwatch/stats/persistent_storage.h"
 #include "tests/scripted_platform/script.h"
 
@@ -26,6 +27,10 @@ TEST(ARetryPolicy, SleepsOnceInTheSearchAndNeverInAPeriodBelowOneMinute) {
     }
   }
   EXPECT_EQ(script::journal("sleep|Checkpoint"), "posix.sleep(1)\n");
+}
+
+TEST(APeriodOfTheLog, IsHalfAnHourWhenThereIsNone) {
+  EXPECT_EQ(Periodic_logging_conf(0min).get_period(), 30min);
 }
 
 TEST(APersistentStorage, FlushesAtEverySyncAfterAWrite) {
