@@ -29,9 +29,7 @@ TEST(ARetryPolicy, SleepsOnceInTheSearchAndNeverInAPeriodBelowOneMinute) {
   EXPECT_EQ(script::journal("sleep|Checkpoint"), "posix.sleep(1)\n");
 }
 
-TEST(APeriodOfTheLog, IsHalfAnHourWhenThereIsNone) {
-  EXPECT_EQ(Periodic_logging_conf(0min).get_period(), 30min);
-}
+TEST(APeriodOfTheLog, IsHalfAnHourWhenThereIsNone) { EXPECT_EQ(Periodic_logging_conf(0min).get_period(), 30min); }
 
 TEST(APersistentStorage, FlushesAtEverySyncAfterAWrite) {
   script::reset();

@@ -2,13 +2,15 @@
 // What the three services' bindings read of a peer's bytes. What flashwatch itself writes and reads is compared where
 // it does so.
 #include <cstdint>
+#include <fstream>
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "halden/services/diag/d_17f0/dataidentifier_flashwatchreport.h"
 #include "halden/services/diag/d_17f2/dataidentifier_emmcbudgetexceedance.h"
@@ -45,29 +47,21 @@ Bytes through_error(Bytes const& bytes) {
 TEST(ABinding, ReadsWhatItWritesSkipsTheMembersOfALaterVersionAndRefusesACutResult) {
   using Report = d_17f0::DataIdentifier_FlashwatchReport;
   using Exceedance = d_17f2::DataIdentifier_EMMCBudgetExceedance;
-  std::string const text = "00 00 00 05 EF BB BF 6E 00 ";
-  std::string stat = text;
-  for (char const number : {'1', '2', '3', '4', '5', '6', '7', '8'}) {
-    stat += std::string("00 00 00 00 00 00 00 0") + number + " ";
-  }
-  using Row = std::tuple<std::function<Bytes(Bytes const&)>, std::string, std::string>;
-  for (auto const& [pass, hex, later] :
-       {Row{through(d_17f0::read_read_output, d_17f0::write_read_output), "00 00 00 01 0F 00 00 00 03 AA BB CC",
-            "00 00 00 02 0F 99 00 00 00 03 AA BB CC"},
-        Row{through(d_17f2::read_read_output, d_17f2::write_read_output), "07", "07 99"},
-        Row{through(read_meta_info, write_meta_info), "00 00 00 12 " + text + text,
-            "00 00 00 12 " + text + text + "99"},
-        Row{through(orvel::persistency::read_kvs_statistics, orvel::persistency::write_kvs_statistics),
-            "00 00 00 5A 00 00 00 56 " + text + "00 00 00 49 " + stat,
-            "00 00 00 5D 00 00 00 59 " + text + "00 00 00 4C " + stat + "AA BB CC"},
-        Row{through_error<Report::UDSServiceFailed>, "00 00 00 01 11", "00 00 00 02 11 22"},
-        Row{through_error<Exceedance::UDSServiceFailed>, "00 00 00 01 11", "00 00 00 02 11 22"}}) {
-    auto const bytes = bytes_of(hex);
-    EXPECT_EQ(pass(bytes), bytes) << hex;
-    EXPECT_EQ(pass(bytes_of(later)), bytes) << later;
+  std::map<std::string, std::function<Bytes(Bytes const&)>> const passes{
+      {"report", through(d_17f0::read_read_output, d_17f0::write_read_output)},
+      {"exceedance", through(d_17f2::read_read_output, d_17f2::write_read_output)},
+      {"meta information", through(read_meta_info, write_meta_info)},
+      {"statistics", through(orvel::persistency::read_kvs_statistics, orvel::persistency::write_kvs_statistics)},
+      {"error of the report", through_error<Report::UDSServiceFailed>},
+      {"error of the exceedance", through_error<Exceedance::UDSServiceFailed>}};
+  auto const rows = nlohmann::json::parse(std::ifstream(ROWS));
+  for (auto const& [what, pass] : passes) {
+    auto const bytes = bytes_of(rows.at(what).at("bytes"));
+    EXPECT_EQ(pass(bytes), bytes) << what;
+    EXPECT_EQ(pass(bytes_of(rows.at(what).at("of a later version"))), bytes) << what;
     for (auto cut = bytes; !cut.empty();) {
       cut.pop_back();
-      EXPECT_THROW(pass(cut), std::out_of_range) << hex << " cut at " << cut.size();
+      EXPECT_THROW(pass(cut), std::out_of_range) << what << " cut at " << cut.size();
     }
   }
 }
