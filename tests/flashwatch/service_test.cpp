@@ -23,7 +23,6 @@
 #include "flashwatch/app/shutdown_requested.h"
 #include "flashwatch/config/file_reader.h"
 #include "flashwatch/stats/entry_codec.h"
-#include "orvel/persistency/statistics.h"
 #include "tarn/com/cpp_binding/application_error_exception.h"
 #include "tarn/com/cpp_binding/serializer.h"
 #include "tarn/com/exceptions.h"
@@ -51,15 +50,20 @@ void apply(json const& given);
 
 /// Each application is its id and eight figures: read, write, setvalue of the session and in total, both limits.
 void serve(json const& applications) {
-  orvel::persistency::statistics::get_KVS_statistics::Output output;
-  int key = 1000;  // orders the applications but does not name them
-  for (auto const& each : applications) {
-    output[std::to_string(key++)] = {each.at(0), each.at(1), each.at(2), each.at(3), each.at(4),
-                                     each.at(5), each.at(6), each.at(7), each.at(8)};
-  }
   answers().reply.clear();
   tarn::com::cpp_binding::Serializer out(answers().reply, {});
-  write_kvs_statistics(out, output);
+  int key = 1000;  // orders the applications but does not name them
+  out.write_record([&] {
+    out.write_array([&] {
+      for (auto const& application : applications) {
+        out.write_string(std::to_string(key++));
+        out.write_record([&] {
+          out.write_string(application.at(0).get<std::string>());
+          std::for_each(application.begin() + 1, application.end(), [&](json const& figure) { out.write_u64(figure); });
+        });
+      }
+    });
+  });
 }
 
 void store_bytes(Bytes const& bytes) {

@@ -58,10 +58,7 @@ class Report(unittest.TestCase):
     def test_damage_is_named_and_the_rest_is_read(self):
         whole = reading(0, "whole", 1, 2, 3)
         broken = reading(0, "broken", 1, 2, 3)
-        liar = bytearray(broken)
-        liar[18:20] = b"\xff\xff"
-        arguments = bytearray(broken)
-        arguments[42:44] = b"\xff\xff"
+        liar, arguments = (broken[:at] + b"\xff\xff" + broken[at + 2:] for at in (18, 42))
         for content, complaint in ((b"noise", "5 bytes at offset"), (broken[:40], "the message at offset"),
                                    (broken[:18], "the message at offset"), (liar, "the message at offset"),
                                    (arguments, "damaged arguments")):
@@ -79,5 +76,4 @@ class Report(unittest.TestCase):
             self.assertIn(complaint, errors)
 
 
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+unittest.main(argv=sys.argv[:1])

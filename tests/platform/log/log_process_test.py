@@ -221,5 +221,4 @@ class ALoggingProcess(unittest.TestCase):
                 self.assertTrue(blocked >> (number - 1) & 1, number)
 
 
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+unittest.main(argv=sys.argv[:1])

@@ -18,12 +18,8 @@
 namespace {
 
 using namespace std::string_literals;
+using namespace linux_platform::log;
 using ara::log::LogLevel;
-using linux_platform::log::Console_line;
-using linux_platform::log::Installed_sink;
-using linux_platform::log::Piece;
-using linux_platform::log::Recorded_piece;
-using linux_platform::log::Recording_sink;
 using Texts = std::vector<std::string>;
 
 struct ARecord : testing::Test {

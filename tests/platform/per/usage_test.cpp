@@ -138,10 +138,8 @@ TEST_F(Usage_of_an_application, is_the_sum_over_its_storages_and_living_processe
 TEST_F(Usage_of_an_application, is_right_or_reported_whatever_stands_in_the_place_of_the_counters) {
   machine.commit_once();
   auto const good = read_file(machine.counters());
-  auto const stored = [&] {
-    machine.lose_run_directory();
-    return machine.usage().total;
-  }();
+  machine.lose_run_directory();
+  auto const stored = machine.usage().total;
   struct Row {
     char const* name;
     std::function<void(char const*)> put;
