@@ -255,36 +255,5 @@ TEST_F(TheService, AnswersManyReadingsAtOnceButAsksForTheStatisticsOneByOne) {
   EXPECT_EQ(script::journal("^per.S|^ended"), "per.SetValue(nav)\nper.SyncToStorage()\nended with 0\n");
 }
 
-TEST_F(TheService, CountsAndCutsTheReportsEntriesByTheirOwn8BitRules) {
-  using Row = std::array<unsigned, 3>;  // applications, their count, their entries
-  for (auto const& [records, count, entries] :
-       {Row{0, 0, 0}, {15, 15, 15}, {16, 15, 15}, {255, 15, 15}, {256, 0, 15}, {257, 1, 16}, {272, 15, 30}}) {
-    set_up();
-    json applications = json::array();
-    std::string warnings;
-    for (unsigned i = 0; i < records; ++i) {
-      applications.push_back({std::to_string(i), 0, i, 0, 0, 0, 0, 0, 0});
-      auto const name = "'" + std::to_string(i) + "' ";
-      warnings += i % 256 < 15 ? "warn 'SCID mapping for' " + name + "'not found, returning default value (0)'\n"
-                               : "warn 'Max stats report size =' u8:15 'reached - entry for application' " + name +
-                                     "'discarded'\n";
-    }
-    serve(applications);
-    Bytes payload;
-    script::on("posix.sleep", [&] {
-      payload = script::request("DataIdentifier_FlashwatchReport", 1);
-      send_signal(SIGTERM);
-    });
-    run();
-    EXPECT_EQ(script::journal("^warn"), warnings);
-    ASSERT_EQ(payload.size(), 9 + 32 * entries);
-    EXPECT_EQ(payload.at(4), count);
-    for (unsigned i = 0; i < entries; ++i) {
-      // After the first 15 entries, those from position 256 on follow; the session's writes are the position.
-      EXPECT_EQ(256U * payload.at(9 + 32 * i + 30) + payload.at(9 + 32 * i + 31), i < 15 ? i : 256 + i - 15);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace orvel::flashwatch::diagnostics

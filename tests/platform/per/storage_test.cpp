@@ -164,18 +164,22 @@ TEST_F(A_storage, that_is_open_needs_no_permission_any_more_and_others_are_refus
 }
 
 TEST_F(A_storage, is_closed_to_others_and_readable_for_its_group) {
-  auto const mode = [](std::string const& path) {
-    return static_cast<unsigned>(std::filesystem::status(path).permissions());
+  auto const rights = [](std::string const& path) {
+    struct stat found {};
+    stat(path.c_str(), &found);
+    return std::pair(found.st_mode & 0777U, found.st_gid);
   };
+  constexpr gid_t nogroup = 65534;
   auto const old_mask = umask(0);
   for (auto const is_shared : {false, geteuid() == 0}) {
     Machine fresh;
     fresh.settings.group = is_shared ? std::optional("nogroup"s) : std::nullopt;
     { Storage{fresh.settings}; }
-    EXPECT_EQ(mode(fresh.folder()), is_shared ? 0750U : 0700U);
-    EXPECT_EQ(mode(fresh.file()), is_shared ? 0640U : 0600U);
-    EXPECT_EQ(mode(fresh.log()), is_shared ? 0640U : 0600U);
-    EXPECT_EQ(mode(fresh.counters()), 0640U);
+    auto const group = is_shared ? nogroup : getegid();
+    EXPECT_EQ(rights(fresh.folder()), std::pair(is_shared ? 0750U : 0700U, group));
+    EXPECT_EQ(rights(fresh.file()), std::pair(is_shared ? 0640U : 0600U, group));
+    EXPECT_EQ(rights(fresh.log()), std::pair(is_shared ? 0640U : 0600U, group));
+    EXPECT_EQ(rights(fresh.counters()), std::pair(0640U, group));
   }
   umask(old_mask);
 }
