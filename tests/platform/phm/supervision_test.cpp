@@ -2,10 +2,12 @@
 // The judgement of checkpoint rhythms, its window in the manifest, and what a service manager gets to know.
 #include <chrono>
 #include <cstdlib>
-#include <tuple>
-#include <vector>
+#include <fstream>
+#include <map>
+#include <string>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "ara/phm/supervision_entity.h"
 #include "platform/src/phm/alive_record.h"
@@ -20,50 +22,40 @@ using ara::phm::Phm_client;
 using ara::phm::SupervisionEntity;
 using linux_platform::manifest::Machine_manifest;
 using linux_platform::phm::Alive_record;
+using nlohmann::json;
 using std::chrono::milliseconds;
 
-std::string manifest_with(std::string const& health) {
-  return R"({"processes": {"p": {"address": "127.0.0.9", "application_id": "a"}})" + health + "}";
+json const rows = json::parse(std::ifstream(ROWS));
+
+/// A manifest that also has these members.
+std::string manifest_with(json const& members) {
+  auto manifest = json::parse(R"({"processes": {"p": {"address": "127.0.0.9", "application_id": "a"}}})");
+  manifest.update(members);
+  return manifest.dump();
 }
 
 TEST(AnAliveRecord, JudgesEachCheckpointByItsPredecessorOfTheSameEntity) {
-  using Step = std::tuple<std::uint16_t, int, bool, std::uint8_t>;
+  std::map<std::string, std::uint8_t> const statuses{
+      {"ok", status::ok}, {"late", status::checkpoint_late}, {"not reported", status::not_reported}};
   Alive_record record(milliseconds(90'000));
   EXPECT_EQ(record.status(1), status::unknown_entity);
-  for (auto const& [entity, at_ms, told, expected] : {
-           Step{1, 500'000, true, status::ok},               // the first one, however late after the start
-           Step{1, 590'000, true, status::ok},               // exactly the window
-           Step{1, 680'001, true, status::checkpoint_late},  // 1 ms more
-           Step{1, 740'001, true, status::ok},               // in time again
-           Step{7, 990'000, true, status::ok},               // another entity's first
-           Step{1, 990'000, false, status::checkpoint_late},
-           Step{1, 990'000, false, status::not_reported},
-           Step{7, 990'001, true, status::ok},
-       }) {
-    record.add(entity, Alive_record::Time_point(milliseconds(at_ms)), told);
-    EXPECT_EQ(record.status(entity), expected) << "entity " << entity << " at " << at_ms;
+  for (auto const& row : rows.at("checkpoints")) {
+    record.add(row.at("entity"), Alive_record::Time_point(milliseconds(row.at("at_ms"))), row.value("told", true));
+    EXPECT_EQ(record.status(row.at("entity")), statuses.at(row.at("then"))) << row;
   }
 }
 
 TEST(TheCheckpointWindow, IsThatOfTheInstanceOrTheDefaultOne) {
-  std::string const range = "health.i.checkpoint_window_ms must be an integer from 1 to 86400000, but is ";
-  for (auto const& [health, expected] : std::vector<std::pair<std::string, std::string>>{
-           {"", "120000"},
-           {R"({"other": {"checkpoint_window_ms": 5}})", "120000"},
-           {R"({"i": {"checkpoint_window_ms": 1}, "other": {"checkpoint_window_ms": 5}})", "1"},
-           {R"({"i": {"checkpoint_window_ms": 86400000}})", "86400000"},
-           {R"({"i": {"checkpoint_window_ms": 86400001}})", range + "86400001"},
-           {R"({"i": {"checkpoint_window_ms": 0}})", range + "0"},
-           {R"({"i": {}})", "health.i.checkpoint_window_ms is missing"},
-           {R"({"other": {"window": 7}})", "health.other.window is not a known member (known: checkpoint_window_ms)"},
-           {"7", "health must be an object, but is 7"}}) {
-    Scratch_manifest const scratch(manifest_with(health.empty() ? "" : R"(, "health": )" + health));
+  for (auto const& row : rows.at("windows")) {
+    Scratch_manifest const scratch(manifest_with(row.at("members")));
     Machine_manifest const manifest(scratch.file(), "p");
     std::int64_t window = 0;
     auto const complaint =
         complaint_of([&] { window = linux_platform::phm::checkpoint_window(manifest, "i").count(); });
-    EXPECT_EQ(complaint.empty() ? std::to_string(window) : complaint,
-              complaint.empty() ? expected : "machine manifest " + scratch.file() + ": " + expected);
+    EXPECT_EQ(window, row.value("ms", 0)) << row;
+    EXPECT_EQ(complaint, row.contains("ms")
+                             ? ""
+                             : "machine manifest " + scratch.file() + ": " + row.at("complaint").get<std::string>());
   }
 }
 
@@ -73,8 +65,8 @@ TEST(ASupervision, TellsTheManagerOfEveryCheckpointAndFindsALateOne) {
   setenv("ARA_MACHINE_MANIFEST", "/nonexistent/machine.json", 1);
   EXPECT_EQ(complaint_of([] { Phm_client("slow"); }),
             "machine manifest /nonexistent/machine.json cannot be opened: No such file or directory");
-  Scratch_manifest const scratch(manifest_with(
-      R"(, "health": {"slow": {"checkpoint_window_ms": 86400000}, "quick": {"checkpoint_window_ms": 1}})"));
+  Scratch_manifest const scratch(manifest_with(json::parse(
+      R"({"health": {"slow": {"checkpoint_window_ms": 86400000}, "quick": {"checkpoint_window_ms": 1}}})")));
   setenv("ARA_MACHINE_MANIFEST", scratch.file().c_str(), 1);
   Phm_client const client("slow");
   SupervisionEntity entity(client);
