@@ -19,38 +19,39 @@ TEST(A_storage_whose_medium_fails, keeps_what_is_staged_and_syncs_it_later) {
     Recorded_medium medium;
     State state;
     auto storage = std::make_unique<Storage>(machine.settings, "app", "store", medium);
-    medium.failure = result;
     for (std::size_t sync = 0; sync < syncs; ++sync) {
       SCOPED_TRACE(std::string(cause) + " at sync " + std::to_string(sync));
       storage->stage(state, sync);
-      medium.fail_from = medium.steps.size() + sync % 9;
-      medium.fail_to = sync % 2 == 0 ? Recorded_medium::never : medium.fail_from + 1;
+      auto const first = medium.steps.size() + 1 + sync % 9;
+      medium.outcome = [&failed, first, only_one = sync % 2 != 0, failure = result](std::size_t step) {
+        auto const fails = only_one ? step == first : step >= first;
+        failed += fails ? 1U : 0U;
+        return fails ? failure : 0;
+      };
       try {
         storage->SyncToStorage();
       } catch (ExceptionPhysicalStorageError const& e) {
         EXPECT_THAT(e.what(), HasSubstr(cause));
         EXPECT_EQ(storage->all(), state) << "what is staged is still seen";
-        medium.fail_from = Recorded_medium::never;
+        medium.outcome = Recorded_medium::success;
         storage->SyncToStorage();
       }
-      medium.fail_from = Recorded_medium::never;
+      medium.outcome = Recorded_medium::success;
       EXPECT_EQ(storage->all(), state);
     }
     storage.reset();
     EXPECT_EQ(Storage(machine.settings).all(), state) << "nothing is left of the failed ones";
-    failed += medium.failed;
   }
   std::cout << failed << " failed steps\n";
 }
 
 TEST(A_storage_whose_medium_fails, is_refused_or_made_whole_when_it_is_made) {
-  for (auto made = false; !made;) {
-    static std::size_t step = 0;
-    SCOPED_TRACE(step);
+  std::size_t steps = 0;
+  for (auto made = false; !made; ++steps) {
+    SCOPED_TRACE(steps);
     Machine machine;
     Recorded_medium medium;
-    medium.fail_from = step++;
-    medium.failure = SQLITE_FULL;
+    medium.outcome = [=](std::size_t step) { return step > steps ? SQLITE_FULL : 0; };
     try {
       Storage const storage(machine.settings, "app", "store", medium);
       made = true;

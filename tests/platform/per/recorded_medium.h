@@ -3,7 +3,6 @@
 #define TESTS_PLATFORM_PER_RECORDED_MEDIUM_H
 
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <numeric>
 #include <string>
@@ -13,8 +12,7 @@
 
 namespace per_test {
 
-/// Everything that a store did to the medium, step by step, so that a power cut can take any of it back; or did not, as
-/// it was to fail.
+/// Everything that a store did to the medium, step by step, so that a power cut can take any of it back.
 class Recorded_medium final : public per::File_observer {
  public:
   using Kind = per::File_operation::Kind;
@@ -25,9 +23,7 @@ class Recorded_medium final : public per::File_observer {
     steps.push_back({o.kind, std::string(o.file), o.offset,
                      o.data == nullptr ? "" : std::string(static_cast<char const*>(o.data), o.size),
                      std::string(o.new_name), synced});
-    auto const fails = steps.size() > fail_from && steps.size() <= fail_to;
-    failed += fails ? 1U : 0U;
-    return fails ? failure : 0;
+    return outcome(steps.size());
   }
 
   /// Handed to the medium so far.
@@ -79,12 +75,9 @@ class Recorded_medium final : public per::File_observer {
   std::vector<Step> steps;
   /// How many SyncToStorage have returned.
   std::size_t synced = 0;
-  /// The steps from one to before the other fail with this result.
-  static constexpr auto never = std::numeric_limits<std::size_t>::max();
-  std::size_t fail_from = never;
-  std::size_t fail_to = never;
-  int failure = 0;
-  std::size_t failed = 0;
+  static int success(std::size_t /*step*/) { return 0; }
+  /// Decides what a step comes to: the steps count from 1, and a result of SQLite makes one fail.
+  std::function<int(std::size_t)> outcome = success;
 
  private:
   static void take(Files& files, Step const& step, std::size_t size) {

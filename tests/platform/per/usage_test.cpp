@@ -13,13 +13,6 @@ using per::Usage;
 using per::Usage_reader;
 using testing::SizeIs;
 
-/// Lets so many steps to the medium happen.
-struct Killer final : per::File_observer {
-  explicit Killer(int steps) : left(steps) {}
-  int before(per::File_operation const& /*step*/) noexcept override { return left-- > 0 ? 0 : raise(SIGKILL); }
-  int left;
-};
-
 class Usage_of_an_application : public testing::Test {
  protected:
   /// One run of a process that ends in order, or by SIGKILL after its last commit.
@@ -82,12 +75,13 @@ TEST_F(Usage_of_an_application, loses_nothing_by_a_kill_and_at_most_the_unsettle
 TEST_F(Usage_of_an_application, never_goes_back_and_no_sync_comes_half_wherever_its_process_is_killed) {
   constexpr int syncs = 40;
   Usage last{};
-  int steps = 0;
+  std::size_t steps = 0;
   for (auto ended = false; !ended; ++steps) {
     SCOPED_TRACE("killed before step " + std::to_string(steps));
     Child process([&] {
-      Killer killer(steps);
-      Storage storage(machine.settings, "app", "store", killer);
+      Recorded_medium medium;
+      medium.outcome = [=](std::size_t step) { return step > steps ? raise(SIGKILL) : 0; };
+      Storage storage(machine.settings, "app", "store", medium);
       for (int sync = 0; sync < syncs; ++sync) {
         for (auto const* const key : {"one", "other"}) {
           storage.put(key, std::to_string(steps) + "." + std::to_string(sync));
