@@ -11,16 +11,13 @@ BROADCAST = "127.255.255.255"
 TOLERANCE = 0.03  # seconds: a timer of the entity starts before the tester hears why
 
 
-class Conversation:
+class Conversation(contextlib.AbstractContextManager):
     """`behave(who, what, *words)` is for those who are no testers."""
 
     def __init__(self, address, behave):
         self.address, self.behave = address, behave
         self.testers, self.datagrams = {}, {"udp": Datagrams()}
         self.last = time.monotonic()
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         for each in [*self.testers.values(), *self.datagrams.values()]:

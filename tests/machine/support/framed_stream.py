@@ -7,14 +7,11 @@ import struct
 LIMIT = 20  # seconds for whatever is waited for
 
 
-class Framed_stream:
+class Framed_stream(contextlib.AbstractContextManager):
     def __init__(self, address, port):
         self.buffered = b""
         self.socket = socket.create_connection((address, port), LIMIT)
         self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         self.close()

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """A machine of this test's own: addresses, manifest, storages, the /etc, and the services that scapy plays."""
+import contextlib
 import json
 import os
 import pathlib
@@ -34,7 +35,7 @@ def statistics(applications, crowd=0, record=0, entries=0, whole=0):
     return RESPONSE, 0, sized(sized(pairs, entries), whole)
 
 
-class Machine:
+class Machine(contextlib.AbstractContextManager):
     def __init__(self, programs):
         self.programs = programs
         self.folder = tempfile.TemporaryDirectory(dir=MEMORY)
@@ -51,9 +52,6 @@ class Machine:
         communication = self.manifest["communication"]
         communication["discovery"].update(group=f"239.251.{pid >> 8 & 0xFF}.{pid & 0xFF}", port=30491)
         communication["limits"]["response_time_ms"] = 1500
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         self.folder.cleanup()

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Starts a program of the machine with a manifest of its own, and knows when it is ready."""
-import fcntl
+import contextlib
 import json
 import os
 import pathlib
@@ -15,11 +15,10 @@ sys.path.append(str(pathlib.Path(__file__).resolve().parents[3] / "scripts/machi
 import kernel  # noqa: E402
 
 LIMIT = 30  # seconds for whatever is waited for; sanitizers are slow
-F_SETPIPE_SZ = 1031  # fcntl(2); Debian 12's module does not name it
 PIPE_BYTES = 1 << 20  # the programs do not wait for a reader of their log
 
 
-class Process:
+class Process(contextlib.AbstractContextManager):
     """`name` is the process's entry in `manifest`. `expect_ready` False: the program is to refuse its manifest, or gets
     ready later. `variables` come on top of the environment, `prepare` is called in the new process, and `inside` is a
     command that executes the program. Of a log that goes on and on only the last `log_bytes` are kept."""
@@ -38,8 +37,8 @@ class Process:
         self.changed = threading.Condition()
         self.child = subprocess.Popen(
             [*inside, program], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, bufsize=0,
-            stderr=subprocess.STDOUT, preexec_fn=lambda: [kernel.kill_with_parent(), prepare and prepare()])
-        fcntl.fcntl(self.child.stdout, F_SETPIPE_SZ, PIPE_BYTES)
+            pipesize=PIPE_BYTES, stderr=subprocess.STDOUT,
+            preexec_fn=lambda: [kernel.kill_with_parent(), prepare and prepare()])
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
         if expect_ready:
@@ -52,16 +51,12 @@ class Process:
                 self.changed.notify_all()
 
     def await_ready(self, state=b"READY=1"):
-        try:
+        told = b""
+        with contextlib.suppress(TimeoutError):
             told = self.notify.recv(4096)
-        except TimeoutError:
-            told = b""
         if state not in told:
             self.end(signal.SIGKILL)
             raise AssertionError(f"it did not tell {state}: {self.text()}")
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         if self.child.poll() is None:

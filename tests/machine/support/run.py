@@ -15,7 +15,7 @@ DISCOVERY_PORT = 20000 + os.getpid() % 10000  # who hears no other machine's mul
 LIMIT_S = 60
 
 
-class Run:
+class Run(contextlib.AbstractContextManager):
     def __init__(self, programs):
         self.place = pathlib.Path(tempfile.mkdtemp(prefix="machine, runner:"))
         self.place.chmod(0o777)  # for an ordinary user
@@ -26,9 +26,6 @@ class Run:
         self.manifest = json.loads(file.read_text(encoding="utf-8").replace("127.0.20.", NETWORK))
         self.manifest["communication"]["discovery"]["port"] = DISCOVERY_PORT
         file.write_text(json.dumps(self.manifest), encoding="utf-8")
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         for pid in self.processes_left():
