@@ -3,7 +3,7 @@
 import re
 import socket
 import struct
-import threading
+from concurrent.futures import ThreadPoolExecutor
 
 REQUESTS = {"activate": "02FD000500000007 0E800000000000", "17F0": "02FD800100000007 0E8010012217F0",
             "17F2": "02FD800100000007 0E8010012217F2", "alive": "02FD000800000002 0E80"}
@@ -20,40 +20,32 @@ def said(text):
     return b"".join(map(message, filter(None, map(str.strip, text.split(";")))))
 
 
-class Entity(threading.Thread):
+class Entity:
     """Serves one scripted connection after the other, and sends in pieces of so many bytes. A script is a list of steps
-    "REQUEST: what is said then", and the connection ends with it. "silence" lasts until the tester leaves."""
+    "REQUEST: what is said then", and the connection ends with it. "silence" lasts until the tester leaves. `served` is
+    when that is done, or what went wrong."""
 
     def __init__(self, *scripts, piece=1 << 20):
-        super().__init__(daemon=True)
-        self.scripts, self.piece, self.problem = scripts, piece, None
-        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.piece, self.listener = piece, socket.create_server(("127.0.0.1", 0))
         self.listener.settimeout(20)
         self.port = self.listener.getsockname()[1]
-        self.start()
+        self.served = ThreadPoolExecutor(1).submit(self.serve, scripts)
 
-    def run(self):
-        try:
-            for script in self.scripts:
+    def serve(self, scripts):
+        with self.listener:
+            for script in scripts:
                 connection, _ = self.listener.accept()
                 with connection:
                     connection.settimeout(20)
                     connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-                    self.serve(connection, script)
-        except OSError as error:
-            self.problem = repr(error)
-        finally:
-            self.listener.close()
+                    for request, _, answer in (step.partition(":") for step in script):
+                        self.answer(connection, bytes.fromhex(REQUESTS[request]), answer)
 
-    def serve(self, connection, script):
-        for request, _, answer in (step.partition(":") for step in script):
-            expected = bytes.fromhex(REQUESTS[request])
-            received = connection.recv(len(expected), socket.MSG_WAITALL)
-            if received != expected:
-                self.problem = f"expected {expected.hex(' ')}, got {received.hex(' ')}"
-                return
-            while "silence" in answer and connection.recv(4096):
-                pass
-            spoken = b"" if "silence" in answer else said(answer)
-            for at in range(0, len(spoken), self.piece):
-                connection.sendall(spoken[at:at + self.piece])
+    def answer(self, connection, request, answer):
+        received = connection.recv(len(request), socket.MSG_WAITALL)
+        assert received == request, f"expected {request.hex(' ')}, got {received.hex(' ')}"
+        while "silence" in answer and connection.recv(4096):
+            pass
+        spoken = b"" if "silence" in answer else said(answer)
+        for at in range(0, len(spoken), self.piece):
+            connection.sendall(spoken[at:at + self.piece])

@@ -50,8 +50,7 @@ class Tool:
     def read(self, script, *options, piece=1 << 20):
         entity = Entity(script, piece=piece)
         output, errors, code = self.finish(*self.options(entity, *options))
-        entity.join(30)
-        assert entity.problem is None, entity.problem
+        entity.served.result(30)
         return output.replace(f"port {entity.port}", "port PORT"), errors, code
 
     def on_terminal(self, entity, options, environment, until="", stop=None):
@@ -111,7 +110,8 @@ def watch(tool):
     assert re.search(r"navigation .*B/s +\d+ (s|m)", text) and text.startswith("\x1b[?1049h\x1b[?25l\x1b[H"), text
     after = text.split("\x1b[?25h\x1b[?1049l")[1]
     assert re.search(r"navigation +4660 +4\.88 KiB", after) and "\x1b" not in after, after
-    assert code == 0 and (entity.problem or "got ").endswith("got "), entity.problem  # it may end before it asks
+    problem = entity.served.exception(30)
+    assert code == 0 and str(problem or "got ").endswith("got "), problem  # it may end before it asks
 
 
 def options_are_told_the_same_everywhere(tool):

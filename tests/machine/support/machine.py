@@ -20,8 +20,7 @@ SCIDS = {"mappings": [{"app_name": name, "scid": scid} for name, scid in (
 
 
 def text(characters):
-    data = b"\xEF\xBB\xBF" + characters.encode() + b"\0"
-    return struct.pack(">I", len(data)) + data
+    return sized(b"\xEF\xBB\xBF" + characters.encode() + b"\0")
 
 
 def sized(data, off=0):
