@@ -28,11 +28,8 @@
 namespace per_test {
 
 namespace per = linux_platform::per;
+using namespace ara::per;
 using namespace std::string_literals;
-using ara::per::ExceptionLogicError;
-using ara::per::ExceptionPhysicalStorageError;
-using ara::per::ExceptionStorageLocationNotFound;
-using ara::per::KvsType;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
