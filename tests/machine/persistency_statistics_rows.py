@@ -17,11 +17,15 @@ RUN_AT, GREAT = 64, ((1 << 64) - 1, 1 << 63, (1 << 53) + 1)  # what ran, in a fi
 NO_TEXT = b"\xFF".decode(errors="surrogateescape")  # a file's name, but no id of an application
 
 
-def ask(machine):
-    """All statistics: the eight numbers of each application, in the order of the wire."""
+def answer(machine):
     with machine.client(STATISTICS, NAME) as peer:
         peer.send(message(STATISTICS, 1, b""))
-        data = peer.next_message()
+        return peer.next_message()
+
+
+def ask(machine):
+    """All statistics: the eight numbers of each application, in the order of the wire."""
+    data = answer(machine)
     assert describe(data).startswith("80/00"), data[:40].hex()
     # key, length of the record, length of its id, which is the same text, and the numbers
     found = re.findall(rb"\xEF\xBB\xBF([^\0]+)\0.{8}\xEF\xBB\xBF\1\0(.{64})", data, re.DOTALL)
@@ -59,8 +63,15 @@ def many_storages(programs):
                 later = ask(machine)
                 assert set(later) == set(first) - {"copy_0"} | {"new", "bad"}, set(later) ^ set(first)
                 assert later["bad"] == (0, 0, 0, 0, 0, 0, 5, 6) and later["new"] == later["copy_9"] == copy
+
+            away = machine.stores.rename(machine.scratch / "away")
+            for _ in range(2):
+                refused = describe(answer(machine))
+                assert refused.startswith("81/01"), refused  # and not: no applications
+            away.rename(machine.stores)
+            assert ask(machine) == later
             assert service.end() == 0, service.text()
-        for words in ("any more: copy_0\n", "new storage: new\n", "bad/store.db", "finished\n"):
+        for words in ("storages cannot be read:", "any more: copy_0\n", "new storage: new\n", "bad/store.db", "finished\n"):
             assert service.text().count(words) == 1, f"'{words}' is not there once in:\n{service.text()}"
 
 

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """The whole way from an application's SetValue and SyncToStorage to the tester's table, on a real machine."""
+import contextlib
 import json
+import os
 import pathlib
 import re
 import select
@@ -36,13 +38,25 @@ class Chain(Run):
         return run[1] - start[1], base[1] + run[1], base[2] + run[2]
 
     def writes_of_media(self, process):
-        """What it counts for its session, and the kernel for the process: logs, counters and a sanitizer's own too."""
+        """What it counts for its session, and the kernel for the process: logs and a sanitizer's own too."""
         session = self.counters_of("media")[0]
         while True:
             io = pathlib.Path(f"/proc/{process}/io").read_text(encoding="ascii")
             before, session = session, self.counters_of("media")[0]
             if before == session:  # it wrote nothing meanwhile
                 return session, int(re.search(r"wchar: (\d+)", io)[1])
+
+    def sockets_open_to_others(self):
+        """Those of the machine's processes whose own address is neither of this computer nor of the discovery group."""
+        def is_own(socket):
+            process = pathlib.Path("/proc") / socket.split("pid=")[-1].split(",")[0]
+            with contextlib.suppress(OSError):  # of another user, or it ended meanwhile
+                return str(self.place) in (process / "environ").read_text(errors="replace") + os.readlink(process / "cwd")
+
+        listed = subprocess.run(["ss", "-Hlntup"], stdout=subprocess.PIPE, text=True, check=True).stdout
+        own = [socket for socket in listed.splitlines() if is_own(socket)]
+        assert {"dlt-daemon", "flashwatch"} <= {socket.split('"')[1] for socket in own}, own
+        return [socket for socket in own if not re.match(r"(127\.|\[::ffff:127\.|224\.224\.224\.245:)", socket.split()[4])]
 
     def figures_after_the_last_cover(self):
         """The first reading for which media rests since the reading before."""
@@ -65,6 +79,7 @@ def figures_of(machine):
         media = machine.await_line(runner, "sample_media ready: process ").split()[3].strip(",")
         first, kernel_first = machine.writes_of_media(media)
         machine.await_line(runner, "The machine runs")
+        assert not (found := machine.sockets_open_to_others()), found
         figures = machine.figures_after_the_last_cover()
         for name in ("media", "tripmeter", "flashwatch"):  # navigation may write between the two readings
             session, total, _ = machine.counters_of(name)
