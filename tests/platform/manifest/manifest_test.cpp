@@ -53,7 +53,8 @@ TEST(AFileThatIsNoManifest, IsRefusedInOneLine) {
   }
 }
 
-// The table is read by the schema's test as well; a row without "reader" belongs to a cluster's own reader.
+// The table is read by the tests of the schema and of the communication's settings as well; a row without "reader"
+// belongs to a cluster's own reader.
 TEST(TheSampleManifest, IsReadUnlessItIsBrokenInOnePlace) {
   auto const sample = nlohmann::json::parse(std::ifstream(MACHINE_MANIFEST));
   std::size_t refused = 0;
