@@ -6,12 +6,11 @@ from functools import partial
 
 from machine import PORTS, STATISTICS, Machine
 from process import LIMIT
-from someip_node import SD, SOMEIP, SDEntry_Service, SDOption_IP4_EndPoint, find
+from someip_node import SD, SOMEIP, find
 from scapy.contrib.automotive.someip import SDEntry_EventGroup
 
 NAME = "persistency_statistics"
 FIND, OFFER, SUBSCRIBE, SUBSCRIBE_ANSWER = 0, 1, 6, 7
-UNTIL_RESTART = 0xFFFFFF
 
 
 def bound(address):
@@ -22,12 +21,10 @@ def bound(address):
     return made
 
 
-def sent(entry, *options):
-    """A datagram with one entry."""
-    discovery = SD(flags=0xC0)
-    discovery.set_entryArray([entry])
-    discovery.set_optionArray(list(options))
-    return bytes(SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=1) / discovery)
+def subscribe(**fields):
+    subscription = SD(flags=0xC0)
+    subscription.set_entryArray([SDEntry_EventGroup(type=SUBSCRIBE, ttl=3, **fields)])
+    return bytes(SOMEIP(srv_id=0xFFFF, sub_id=1, event_id=0x100, msg_type=2, iface_ver=1, session_id=1) / subscription)
 
 
 def hear(path, source, kind, session=None, **fields):
@@ -60,22 +57,18 @@ def a_service(machine, peer, group, place):
         peer.sendto(find(STATISTICS), own)
         hear(peer, own, OFFER, 2, **offered)
         asked = {"srv_id": STATISTICS, "inst_id": 1, "major_ver": 1, "eventgroup_id": 7, "cnt": 2}
-        peer.sendto(sent(SDEntry_EventGroup(type=SUBSCRIBE, ttl=3, **asked)), own)
+        peer.sendto(subscribe(**asked), own)
         hear(peer, own, SUBSCRIBE_ANSWER, 3, ttl=0, **asked)
         assert service.end() == 0, service.text()
         while hear(group, own, OFFER, **offered).entry_array[0].ttl:
             pass
 
 
-def a_client(machine, peer, group, place):
+def a_client(machine, _, group, place):
     machine.configure({"pm_instance_id": NAME, "own_instance_id": "flashwatch_diagnostics", "log_period": 1})
     own = (machine.address(), place[1])
-    with machine.start(expect_ready=False) as client:
+    with machine.start(expect_ready=False):
         hear(group, own, FIND, srv_id=STATISTICS, inst_id=1, major_ver=1, minor_ver=0xFFFFFFFF)
-        offer = SDEntry_Service(type=OFFER, srv_id=STATISTICS, inst_id=1, major_ver=1, minor_ver=0,
-                                ttl=UNTIL_RESTART, n_opt_1=1)
-        peer.sendto(sent(offer, SDOption_IP4_EndPoint(addr=peer.getsockname()[0], l4_proto=6, port=1)), own)
-        client.await_text(")-> 1")
 
 
 def rows(programs):

@@ -88,18 +88,12 @@ TEST(Values, AreTheseBytesAndComeBackAndMissNoByte) {
   }
 }
 
-TEST(ADeserializer, SkipsWhatANewerSenderAppended) {
-  Bytes const bytes = bytes_of("00 00 00 03 11 22 33 44");
-  Deserializer in(bytes.data(), bytes.size(), {});
-  in.read_record([&] { EXPECT_EQ(in.read_u8(), 0x11); });
-  EXPECT_EQ(in.read_u8(), 0x44);
-}
-
-TEST(ADeserializer, ForPlainTextsUnderstandsMarkedAndTerminatedOnes) {
-  Bytes const bytes = bytes_of("00 00 00 05 EF BB BF 41 00 00 00 00 01 42");
-  Deserializer in(bytes.data(), bytes.size(), plain());
-  EXPECT_EQ(in.read_string(), "A");
-  EXPECT_EQ(in.read_string(), "B");
+TEST(ADeserializer, UnderstandsWhatOtherSendersWrite) {
+  for (auto const& row : rows.at("of_others")) {
+    Bytes const bytes = bytes_of(row.at("bytes"));
+    Deserializer in(bytes.data(), bytes.size(), format_of(row));
+    EXPECT_EQ(read(in, row.at("value")), row.at("value")) << row;
+  }
 }
 
 TEST(ADeserializer, ComplainsWithTheAgreedTexts) {
