@@ -149,24 +149,6 @@ TEST_F(AServer, KeepsNoAnswerWaitingForAMethodThatCameWithIt) {
   EXPECT_EQ(session_of_next(peer), 2);
 }
 
-TEST_F(AServer, RefusesConnectionsBeyondItsLimitUntilOneIsFree) {
-  Limits limits;
-  limits.connections = 2;
-  start(limits);
-  Raw_peer first = client();
-  EXPECT_TRUE(serves(first, 1));
-  {
-    Raw_peer second = client();
-    EXPECT_TRUE(serves(second, 2));
-    EXPECT_TRUE(client().at_end());
-  }
-  for (bool served = false; !served;) {
-    Raw_peer again = client();
-    served = serves(again, 3);
-  }
-  EXPECT_TRUE(serves(first, 4));
-}
-
 TEST_F(AServer, KeepsNothingBackFromASlowReaderAndNothingFromOthers) {
   start();
   Raw_peer slow = client();

@@ -84,14 +84,8 @@ TEST(Settings, NameWhatIsWrong) {
 
 TEST(AComponentSingleton, DoesNotComeAboutWithoutAManifest) {
   ::setenv("ARA_MACHINE_MANIFEST", "/nonexistent/machine.json", 1);
-  try {
-    tarn::com::runtime::Component_singleton const component(false, "");
-    ADD_FAILURE() << "it did";
-  } catch (std::runtime_error const& error) {
-    std::string const text = error.what();
-    EXPECT_NE(text.find("/nonexistent/machine.json"), std::string::npos) << text;
-    EXPECT_EQ(text.find('\n'), std::string::npos) << text;
-  }
+  EXPECT_THAT([] { tarn::com::runtime::Component_singleton const component(false, ""); },
+              testing::ThrowsMessage<std::runtime_error>(testing::HasSubstr("/nonexistent/machine.json")));
 }
 
 }  // namespace
