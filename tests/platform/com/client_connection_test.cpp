@@ -104,8 +104,8 @@ TEST_F(AClientConnection, EndsACallAtItsLimitAndDropsWhatIsNotItsAnswer) {
   auto future = call(60ms);
   Raw_peer server = listener_->accept();
   Bytes const request = server.receive_message();
-  // service, method, client, session, version, type
-  for (std::size_t const position : {1U, 3U, 9U, 11U, 12U, 14U}) {
+  // service, method, client, session, versions of protocol and interface, type
+  for (std::size_t const position : {1U, 3U, 9U, 11U, 12U, 13U, 14U}) {
     Bytes bytes = with_number(request, 99);
     bytes[position] ^= 0x02U;
     server.send(bytes);
