@@ -193,6 +193,9 @@ TEST_F(AClientConnection, ServesManyWaitingThreadsWhateverTheOrderOfTheAnswers) 
       server.send(with_number(waiting.back(), 1));
     }
   }
+  for (auto& caller : callers) {
+    caller.get();
+  }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "platform/src/com/discovery/message.h"
 
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 
@@ -72,8 +71,7 @@ TEST(DiscoveryMessage, OptionsSpoilOnlyTheEntriesThatReferToThem) {
   for (auto const& row : rows.at("options")) {
     auto bytes = bytes_of(header + no_known_entry + row.value("entry", "") + row.value("options", ""));
     bytes[7] = static_cast<std::uint8_t>(bytes.size() - 8);
-    auto const text = std::regex_replace(read(bytes), std::regex(" 6001.1 v1.0 ttl 3"), "");
-    EXPECT_EQ(text, "1 reboot, " + row.value("read", "")) << row;
+    EXPECT_EQ(read(bytes), row.at("read")) << row;
   }
 }
 
