@@ -85,7 +85,14 @@ class Raw_peer {
 class Raw_listener {
  public:
   std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
-  Raw_peer accept() { return Raw_peer(acceptor_.accept()); }
+  Raw_peer accept() {
+    Tcp::socket accepted(io_);
+    acceptor_.async_accept(accepted, [](auto const& /*error*/) {});
+    io_.restart();
+    io_.run_for(longest_wait);
+    require(accepted.is_open(), "accept");
+    return Raw_peer(std::move(accepted));
+  }
 
  private:
   boost::asio::io_context io_;
