@@ -3,7 +3,6 @@
 # stay out by the preset: they start processes that find each other by multicast.
 set(CTEST_CUSTOM_TESTS_IGNORE
   discovery_test                     # multicast: qemu-user rejects IP_MULTICAST_IF
-  discovery_peer_test                # multicast
   com_runtime_test                   # multicast
   com_server_test                    # multicast
   log_process_test                   # starts and kills programs of its own, which only the emulator can start

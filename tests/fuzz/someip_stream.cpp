@@ -29,6 +29,7 @@ fuzz::Bytes cut(fuzz::Bytes const& stream, std::size_t piece, std::size_t limit)
     require(result == Frame_buffer::Result::need_more || told, "has_message() tells what next() will say");
     if (result == Frame_buffer::Result::message) {
       require(Header::size + message.payload_size <= limit, "no message is beyond the limit");
+      require(!is_magic_cookie(message.header), "magic cookies are left out");
       auto const header = written(message.header, message.payload_size);
       out.insert(out.end(), header.begin(), header.end());
       out.insert(out.end(), message.payload, message.payload + message.payload_size);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What stands on the medium and in the run directory: a byte that chooses, then the bytes as they are found. Whatever
 // reads as sound is what its writer would have written.
+#include <array>
+
 #include <boost/crc.hpp>
 
 #include "platform/src/per/names.h"
@@ -15,7 +17,7 @@ using namespace linux_platform::per;
 using fuzz::Bytes;
 using fuzz::require;
 
-void check_record(Bytes const& record) {
+void check_as_found(Bytes const& record) {
   for (char const* key : {"", "key"}) {
     auto const value = Record_codec::decode(key, record.data(), record.size());
     if (auto const* sound = std::get_if<ara::per::KvsType>(&value)) {
@@ -36,13 +38,19 @@ void put_checksum(Bytes& record, std::size_t place, std::initializer_list<Bytes>
   }
 }
 
-void check_sound_record(Bytes record) {
-  auto const content = record.begin() + Record_codec::header_size;
-  put_checksum(record, 1, {{3, 0, 0, 0, 0, 0, 0, 0, 'k', 'e', 'y', record[0]}, {content, record.end()}});
-  check_record(record);
+/// As it is found, and as if its checksum were right.
+void check_record(Bytes const& found) {
+  check_as_found(found);
+  if (found.size() >= Record_codec::header_size) {
+    Bytes record = found;
+    auto const content = record.begin() + Record_codec::header_size;
+    put_checksum(record, 1, {{3, 0, 0, 0, 0, 0, 0, 0, 'k', 'e', 'y', record[0]}, {content, record.end()}});
+    check_as_found(record);
+  }
 }
 
-void check_summary(Bytes record) {
+void check_summary(Bytes const& found) {
+  Bytes record = found;
   if (record.size() > 4) {
     put_checksum(record, record.size() - 4, {{record.begin(), record.end() - 4}});
   }
@@ -62,7 +70,8 @@ void check_counters(Bytes const& bytes) {
   }
 }
 
-void check_name(std::string const& text) {
+void check_name(Bytes const& bytes) {
+  std::string const text(bytes.begin(), bytes.end());
   require(unescape(escape(text)) == text, "a name survives as a file name");
   auto const name = unescape(text);
   require(!name || escape(*name) == text, "one name has one file name");
@@ -72,18 +81,6 @@ void check_name(std::string const& text) {
 }  // namespace
 
 void fuzz::check(Input input) {
-  unsigned const choice = input.u8() % 4;
-  auto const bytes = input.rest();
-  if (choice == 0) {
-    check_record(bytes);
-    if (bytes.size() >= Record_codec::header_size) {
-      check_sound_record(bytes);
-    }
-  } else if (choice == 1) {
-    check_summary(bytes);
-  } else if (choice == 2) {
-    check_counters(bytes);
-  } else {
-    check_name({bytes.begin(), bytes.end()});
-  }
+  auto const check_choice = std::array{check_record, check_summary, check_counters, check_name}.at(input.u8() % 4U);
+  check_choice(input.rest());
 }

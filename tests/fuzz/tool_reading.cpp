@@ -3,7 +3,6 @@
 // report, whether that is shown, and how wide the table is; second byte: the size of the pieces. However a conversation
 // is cut, it says the same; what is shown of a report is fit for a terminal, and its JSON holds every application.
 #include <memory>
-#include <sstream>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -41,21 +40,6 @@ class Given_stream final : public Byte_stream_if {
   std::size_t piece_;
 };
 
-void check_json(std::string const& text, Report const& report) {
-  auto const applications = nlohmann::json::parse(text).at("applications");
-  require(std::equal(applications.begin(), applications.end(), report.entries.begin(), report.entries.end(),
-                     [](auto const& shown, Report_entry const& entry) { return shown.at("scid") == entry.scid; }),
-          "the JSON holds every application");
-}
-
-void check_plain_lines(std::string const& text) {
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    require(!lines.eof(), "the last line is ended");
-    require(fuzz::is_one_plain_line(line), "what is shown steers no terminal");
-  }
-}
-
 /// What the entity said: why nothing, or its figures.
 using Said = std::pair<std::string, std::vector<std::uint64_t>>;
 
@@ -86,8 +70,15 @@ void show(Reading const& reading, std::size_t width) {
     entry.total_write /= 2;
   }
   auto const overview = make_overview(reading, &before, names, {"entity", true, Amount_style::units});
-  check_json(json_text(overview), reading.report);
-  check_plain_lines(table_text(overview, {width, false, Amount_style::units}));
+  auto const applications = nlohmann::json::parse(json_text(overview)).at("applications");
+  auto const& entries = reading.report.entries;
+  require(std::equal(applications.begin(), applications.end(), entries.begin(), entries.end(),
+                     [](auto const& shown, Report_entry const& entry) { return shown.at("scid") == entry.scid; }),
+          "the JSON holds every application");
+  std::string table = table_text(overview, {width, false, Amount_style::units});
+  require(!table.empty() && table.back() == '\n', "the last line is ended");
+  table.erase(std::remove(table.begin(), table.end(), '\n'), table.end());
+  require(fuzz::is_one_plain_line(table), "what is shown steers no terminal");
 }
 
 }  // namespace

@@ -70,12 +70,9 @@ class Conversation {
  private:
   void hear(Bytes const& said) {
     require(!said.empty() && said.size() <= config_.max_response, "an answer has a bounded length");
-    if (said[0] == 0x7F) {
-      require(said.size() == 3, "a refusal has three bytes");
-    } else {
-      require(said[0] == 0x50 || said[0] == 0x62 || said[0] == 0x7E, "a positive answer is one of a known service");
-    }
-    bool const pending = said[0] == 0x7F && said[2] == static_cast<std::uint8_t>(uds::Response_code::response_pending);
+    bool const refusal = said[0] == 0x7F && said.size() == 3;
+    require(refusal || said[0] == 0x50 || said[0] == 0x62 || said[0] == 0x7E, "an answer is one of a known service");
+    bool const pending = refusal && said[2] == static_cast<std::uint8_t>(uds::Response_code::response_pending);
     answers_ += pending ? 0 : 1;
     require(answers_ <= requests_, "a request has one final answer at most");
   }

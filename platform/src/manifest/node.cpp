@@ -76,18 +76,6 @@ std::vector<std::pair<std::string, Node>> Node::members() const {
   return result;
 }
 
-std::vector<Node> Node::elements() const {
-  if (!value_->is_array()) {
-    refuse("must be an array, but is " + description(*value_));
-  }
-  std::vector<Node> result;
-  result.reserve(value_->size());
-  for (json const& element : *value_) {
-    result.emplace_back(document_, element, file_, path_ + "[" + std::to_string(result.size()) + "]");
-  }
-  return result;
-}
-
 void Node::allow_only(std::initializer_list<std::string_view> names) const {
   for (auto const& [name, node] : members()) {
     if (std::find(names.begin(), names.end(), name) == names.end()) {

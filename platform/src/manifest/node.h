@@ -37,8 +37,6 @@ class Node {
   std::optional<Node> find(std::string_view name) const;
   /// All members of an object, in the order of their names.
   std::vector<std::pair<std::string, Node>> members() const;
-  /// The elements of an array.
-  std::vector<Node> elements() const;
   /// Refuses a member of any other name: a slip of the pen must not pass for a default.
   void allow_only(std::initializer_list<std::string_view> names) const;
 

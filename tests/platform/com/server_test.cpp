@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a node answers to a client that says whatever a test wants: how a method can end, the limits, and methods that
 // run beside each other. The ordered checks are walked through on the whole machine.
-#include <array>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <set>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include "tarn/com/cpp_binding/application_error_exception.h"
 #include "tests/platform/com/gate.h"
@@ -87,26 +88,15 @@ TEST_F(AServer, AnswersWhateverBecomesOfACallAndServesOn) {
   start();
   Raw_peer peer = client();
   std::uint16_t session = 100;
-  // How it is named, what is sent, and what is answered: nothing, when it is discarded.
-  for (auto const& [what, sent, answered] : std::vector<std::array<std::string, 3>>{
-           {"session 0", "60010001 0000000C 00000000 01010000 00000000",
-            "60010001 0000000C 00000000 01018000 00000000"},
-           {"malformed", "60010001 0000000A 00420002 01010000 0000", "60010001 00000008 00420002 01018109"},
-           {"application error", "60010003 00000009 00420004 01010000 01", "60010003 00000009 00420004 01018120 EE"},
-           {"the greatest", "60010003 00000009 00420004 01010000 3F", "60010003 00000009 00420004 0101815E EE"},
-           {"beyond the greatest", "60010003 00000009 00420004 01010000 40", "60010003 00000008 00420004 01018101"},
-           {"impossible", "60010003 00000009 00420004 01010000 00", "60010003 00000008 00420004 01018101"},
-           {"any other exception", "60010003 00000009 00420004 01010000 FF", "60010003 00000008 00420004 01018101"},
-           {"fire and forget of nothing", "60090001 00000008 00420001 01010100", ""},
-           {"event, then version", "60018001 00000008 00000001 02010000", ""},
-           {"malformed error", "60010001 0000000A 00420002 01010005 0000", ""},
-           {"error for an error", "60017777 00000008 00420001 01010005", ""}}) {
-    peer.send(bytes_of(sent));
-    if (!answered.empty()) {
-      EXPECT_EQ(peer.receive_message(), bytes_of(answered)) << what;
-    }
-    ASSERT_TRUE(serves(peer, ++session)) << what;
+  for (auto const& row : nlohmann::json::parse(std::ifstream(SERVER_ANSWERS))) {
+    Bytes const answered = bytes_of(row.at("answered"));  // empty when it is discarded
+    peer.send(bytes_of(row.at("sent")));
+    EXPECT_TRUE(answered.empty() || peer.receive_message() == answered) << row;
+    ASSERT_TRUE(serves(peer, ++session)) << row;
   }
+  Bytes const large = request(echo_id, session, joined({bytes_of("00009C40"), Bytes(40'000, 0x5A)}));
+  peer.send(large);
+  EXPECT_EQ(peer.receive_message(), testing_support::answer(large, {large.begin() + Header::size, large.end()}));
 }
 
 TEST_F(AServer, ClosesAStreamThatCannotBeFollowed) {
@@ -157,24 +147,6 @@ TEST_F(AServer, KeepsNoAnswerWaitingForAMethodThatCameWithIt) {
   EXPECT_EQ(peer.receive_message(), echo_answer(1));
   gate_.open();
   EXPECT_EQ(session_of_next(peer), 2);
-}
-
-TEST_F(AServer, RefusesConnectionsBeyondItsLimitUntilOneIsFree) {
-  Limits limits;
-  limits.connections = 2;
-  start(limits);
-  Raw_peer first = client();
-  EXPECT_TRUE(serves(first, 1));
-  {
-    Raw_peer second = client();
-    EXPECT_TRUE(serves(second, 2));
-    EXPECT_TRUE(client().at_end());
-  }
-  for (bool served = false; !served;) {
-    Raw_peer again = client();
-    served = serves(again, 3);
-  }
-  EXPECT_TRUE(serves(first, 4));
 }
 
 TEST_F(AServer, KeepsNothingBackFromASlowReaderAndNothingFromOthers) {

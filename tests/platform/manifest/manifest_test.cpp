@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Finding, reading and checking the manifest: what a process learns of itself, and with which words a fault is refused.
-#include <functional>
 #include <limits>
 #include <sys/stat.h>
 
@@ -53,7 +52,8 @@ TEST(AFileThatIsNoManifest, IsRefusedInOneLine) {
   }
 }
 
-// The table is read by the schema's test as well; a row without "reader" belongs to a cluster's own reader.
+// The table is read by the tests of the schema and of the communication's settings as well; a row without "reader"
+// belongs to a cluster's own reader.
 TEST(TheSampleManifest, IsReadUnlessItIsBrokenInOnePlace) {
   auto const sample = nlohmann::json::parse(std::ifstream(MACHINE_MANIFEST));
   std::size_t refused = 0;
@@ -74,7 +74,8 @@ TEST(TheSampleManifest, IsReadUnlessItIsBrokenInOnePlace) {
 
 // One test, because a process reads its manifest successfully only once.
 TEST(AProcess, FindsItsFileAndEntryByItsEnvironmentAndItsExecutable) {
-  Scratch_manifest const scratch(R"({"processes": {"p": {"address": "127.0.0.9", "application_id": "app"}}})");
+  Scratch_manifest const scratch(R"({"processes": {"p": {"address": "127.0.0.9", "application_id": "app"}},
+                                     "health": {"greatest": 18446744073709551615}})");
   for (auto const& [file, process, complaint] :
        {std::tuple{scratch.file(), "",
                    ": processes has no entry for process \"platform_manifest_test\" (the executable's "
@@ -88,44 +89,10 @@ TEST(AProcess, FindsItsFileAndEntryByItsEnvironmentAndItsExecutable) {
               *complaint == '\0' ? "" : "machine manifest " + file + complaint);
   }
   EXPECT_EQ(Machine_manifest::of_this_process().application_id(), "app");
+  constexpr auto greatest = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_EQ(Machine_manifest::of_this_process().root().member("health").member("greatest").number(0, greatest),
+            greatest);
   EXPECT_EQ(&Machine_manifest::of_this_process(), &Machine_manifest::of_this_process());
-}
-
-Node node_of(std::string const& text) {
-  auto document = std::make_shared<nlohmann::json const>(nlohmann::json::parse(text));
-  auto const& value = *document;
-  return {std::move(document), value, "m.json", "here"};
-}
-
-// What is read well, the clusters' tests show.
-TEST(AManifestValue, IsRefusedWithItsPathAndWhatItIs) {
-  using Read = std::function<void(Node const&)>;
-  using std::chrono::milliseconds;
-  Read const number = [](auto const& node) { node.number(0, 10); };
-  Read const any = [](auto const& node) { node.number(0, std::numeric_limits<std::uint64_t>::max()); };
-  Read const boolean = [](auto const& node) { node.boolean(); };
-  Read const deep = [](auto const& node) { node.member("a").elements().at(1).member("b.c\n").text(); };
-  Read const time = [](auto const& node) { node.elements().at(0).milliseconds(milliseconds(10), milliseconds(20)); };
-  std::string const range = " must be an integer from 0 to 10, but is ";
-  std::string const text = "x" + std::string(79, 'y');
-  for (auto const& [json, read, complaint] : std::vector<std::tuple<std::string, Read, std::string>>{
-           {"10", number, ""},
-           {"11", number, range + "11"},
-           {"-1", number, range + "-1"},
-           {"1.0", number, range + "1.0"},
-           {"true", number, range + "true"},
-           {"18446744073709551615", any, ""},
-           {"18446744073709551616", any,
-            " must be an integer from 0 to 18446744073709551615, but is 1.8446744073709552e+19"},
-           {"1", boolean, " must be true or false, but is 1"},
-           {"\"" + text + "ä" + std::string(5000, 'z') + "\"", boolean,
-            " must be true or false, but is the text \"" + text + "...\""},
-           {"[9]", time, "[0] must be an integer from 10 to 20, but is 9"},
-           {"{}", time, " must be an array, but is an object"},
-           {R"({"a": [0, {"b.c\n": true}]})", deep, ".a[1][\"b.c\\x0a\"] must be a text, but is true"}}) {
-    EXPECT_EQ(complaint_of([&, &json = json, &read = read] { read(node_of(json)); }),
-              complaint.empty() ? "" : "machine manifest m.json: here" + complaint);
-  }
 }
 
 }  // namespace

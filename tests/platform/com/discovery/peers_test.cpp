@@ -14,7 +14,6 @@ namespace {
 using boost::asio::ip::address_v4;
 using boost::asio::ip::make_address_v4;
 
-auto const own = make_address_v4("192.0.2.1");
 auto const peer = make_address_v4("192.0.2.10");
 
 TEST(Peers, AreSeenToStartAnew) {
@@ -46,29 +45,19 @@ TEST(Peers, ForgottenOnesAreNotMadeToSeeARestart) {
   EXPECT_FALSE(peers.accept({}, address_v4{0}, Path::unicast, {1, true})) << "it was forgotten";
 }
 
+// What else is wrong with an endpoint, the engine's test shows.
 TEST(AnEndpointFilter, BelievesWhatAPeerCanBeReachedAt) {
-  using Options = std::vector<Endpoint_option>;
-  auto const at = [](char const* address, std::uint16_t port = 30509, std::uint8_t protocol = protocol_tcp) {
-    return Endpoint_option{make_address_v4(address), protocol, port};
-  };
-  auto const good = at("192.0.2.10");
-  auto const udp = at("192.0.2.10", 9, protocol_udp);
-  auto const loopback = make_address_v4("127.0.0.1");
   Discovery_settings settings;
-  Endpoint_filter const filter{settings, own};
-  EXPECT_EQ(filter.tcp_endpoint({udp, good}), (Endpoint{good.address, good.port}));
-  for (auto const& bad :
-       {Options{}, Options{udp}, Options{good, at("192.0.2.10", 30510)}, Options{good, at("192.0.2.10", 30509, 0x84)},
-        Options{at("192.0.2.10", 0)}, Options{at("224.0.0.1")}, Options{at("0.0.0.0")}, Options{at("255.255.255.255")},
-        Options{at("127.0.0.1")}, Options{at("192.0.2.1")}}) {
-    EXPECT_FALSE(filter.tcp_endpoint(bad)) << bad.size();
-  }
-  EXPECT_TRUE(Endpoint_filter(settings, loopback).tcp_endpoint({at("127.0.0.2")}));
+  auto const believes = [&settings](char const* own, char const* endpoint) {
+    Endpoint_filter const filter(settings, make_address_v4(own));
+    return filter.tcp_endpoint({{make_address_v4(endpoint), protocol_tcp, 1}}).has_value();
+  };
+  EXPECT_TRUE(believes("127.0.0.1", "127.0.0.2"));
   settings.loopback_endpoints = false;
-  EXPECT_FALSE(Endpoint_filter(settings, loopback).tcp_endpoint({at("127.0.0.2")}));
+  EXPECT_FALSE(believes("127.0.0.1", "127.0.0.2"));
   settings.endpoint_network = boost::asio::ip::make_network_v4("192.0.2.0/28");
-  EXPECT_TRUE(Endpoint_filter(settings, own).tcp_endpoint({good}));
-  EXPECT_FALSE(Endpoint_filter(settings, own).tcp_endpoint({at("192.0.2.16")}));
+  EXPECT_TRUE(believes("192.0.2.1", "192.0.2.15"));
+  EXPECT_FALSE(believes("192.0.2.1", "192.0.2.16"));
 }
 
 }  // namespace
