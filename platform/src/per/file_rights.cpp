@@ -53,23 +53,27 @@ int File_rights::apply(int descriptor, mode_t mode) const noexcept {
   return fchmod(descriptor, mode) == 0 ? 0 : errno;
 }
 
-/// A process that was ended right after it had made its own folder has left it so.
-bool File_rights::lacks_group(std::string const& path) const noexcept {
+/// A process that was ended right after it had made its own folder has left it without its group. Where that cannot be
+/// mended, the process can still use it.
+void File_rights::mend_folder(std::string const& path) const noexcept {
+  Descriptor const folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   struct stat status {};
-  return group && stat(path.c_str(), &status) == 0 && status.st_uid == geteuid() && status.st_gid != *group;
+  if (group && folder && fstat(folder.get(), &status) == 0 && status.st_uid == geteuid() && status.st_gid != *group) {
+    static_cast<void>(apply(folder.get(), folder_mode()));
+  }
 }
 
 void File_rights::make_folder(std::string const& path) const {
-  auto const made = mkdir(path.c_str(), folder_mode()) == 0;
-  if (!made && errno != EEXIST) {
-    refuse(path, "cannot be made", errno);
-  }
-  if (made || lacks_group(path)) {
+  if (mkdir(path.c_str(), folder_mode()) == 0) {
     Descriptor const folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     auto const error = folder ? apply(folder.get(), folder_mode()) : errno;
     if (error != 0) {
       refuse(path, "cannot be given its mode and group", error);
     }
+  } else if (errno == EEXIST) {
+    mend_folder(path);
+  } else {
+    refuse(path, "cannot be made", errno);
   }
   if (access(path.c_str(), X_OK) != 0) {
     refuse(path, "cannot be entered", errno);

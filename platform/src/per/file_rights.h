@@ -28,7 +28,7 @@ struct File_rights {
   void make_folder(std::string const& path) const;
 
  private:
-  bool lacks_group(std::string const& path) const noexcept;
+  void mend_folder(std::string const& path) const noexcept;
 };
 
 }  // namespace linux_platform::per
