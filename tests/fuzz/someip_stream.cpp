@@ -19,7 +19,7 @@ fuzz::Bytes written(Header const& header, std::size_t payload_size) {
 
 /// Everything that came out of the stream, one after another, and how it ended.
 fuzz::Bytes cut(fuzz::Bytes const& stream, std::size_t piece, std::size_t limit) {
-  Frame_buffer buffer(limit);
+  Frame_buffer buffer(limit, limit / 2);
   fuzz::Bytes out;
   std::size_t fed = 0;
   for (;;) {

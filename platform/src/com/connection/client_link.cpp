@@ -12,6 +12,9 @@ namespace {
 constexpr std::uint16_t client_id = 1;
 // A server that sends without end does not keep a caller from looking at its own answer and its limit.
 constexpr int most_reads = 16;
+// A process has few connections of its own, and asks the same again and again: it keeps a buffer even for large
+// answers.
+constexpr std::size_t kept_size = 2048UL * 1024;
 
 bool is_reply(Header const& header) {
   return header.protocol_version == someip_protocol_version && header.client == client_id &&
@@ -21,7 +24,7 @@ bool is_reply(Header const& header) {
 }  // namespace
 
 Client_link::Client_link(Tcp_stream stream, std::string peer, Limits const& limits)
-    : limits_(limits), peer_(std::move(peer)), stream_(std::move(stream)), input_(limits.message_bytes) {
+    : limits_(limits), peer_(std::move(peer)), stream_(std::move(stream)), input_(limits.message_bytes, kept_size) {
   outstanding_.reserve(limits.outstanding_requests);
 }
 

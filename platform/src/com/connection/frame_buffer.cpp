@@ -8,8 +8,6 @@ namespace linux_platform::com {
 namespace {
 
 constexpr std::size_t initial_size = 16UL * 1024;
-// A buffer that has grown beyond this is given back once it is empty.
-constexpr std::size_t kept_size = 2048UL * 1024;
 
 }  // namespace
 
@@ -17,7 +15,7 @@ Frame_buffer::Room Frame_buffer::room() {
   if (begin_ == end_) {
     begin_ = 0;
     end_ = 0;
-    if (bytes_.empty() || bytes_.size() > kept_size) {
+    if (bytes_.empty() || bytes_.size() > kept_size_) {
       bytes_ = std::vector<std::uint8_t>(initial_size);
     }
   } else if (begin_ > 0) {

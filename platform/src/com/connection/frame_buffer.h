@@ -20,8 +20,9 @@ class Frame_buffer final {
     broken,     ///< the length field is below 8 or beyond the limit: the stream cannot be followed any further
   };
 
-  /// `message_limit` is the greatest size of a message in bytes, header included.
-  explicit Frame_buffer(std::size_t message_limit) : limit_(message_limit) {}
+  /// `message_limit` is the greatest size of a message in bytes, header included. A buffer that has grown beyond
+  /// `kept_size` is given back once it is empty.
+  Frame_buffer(std::size_t message_limit, std::size_t kept_size) : limit_(message_limit), kept_size_(kept_size) {}
 
   /// Where the next bytes go; at least one. Views handed out before are void.
   struct Room {
@@ -45,6 +46,7 @@ class Frame_buffer final {
   Result look(std::size_t& size) const noexcept;
 
   std::size_t const limit_;
+  std::size_t const kept_size_;
   std::vector<std::uint8_t> bytes_;
   std::size_t begin_ = 0;
   std::size_t end_ = 0;

@@ -9,11 +9,13 @@ namespace {
 constexpr std::size_t most_held_back = 64UL * 1024;
 // A peer that sends nothing of use lets the others have their turn.
 constexpr int reads_per_take = 16;
+// Of each of many connections.
+constexpr std::size_t kept_size = 256UL * 1024;
 
 }  // namespace
 
 Server_connection::Server_connection(Tcp_stream stream, std::uint16_t port, std::string peer, Limits const& limits)
-    : port_(port), peer_(std::move(peer)), stream_(std::move(stream)), input_(limits.message_bytes) {}
+    : port_(port), peer_(std::move(peer)), stream_(std::move(stream)), input_(limits.message_bytes, kept_size) {}
 
 void Server_connection::noticed(bool end) {
   std::lock_guard<std::mutex> const lock(reading_);

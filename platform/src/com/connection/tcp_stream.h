@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <system_error>
 
 #include <boost/asio/ip/tcp.hpp>
 
