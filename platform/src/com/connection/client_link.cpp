@@ -15,6 +15,9 @@ constexpr int most_reads = 16;
 // A process has few connections of its own, and asks the same again and again: it keeps a buffer even for large
 // answers.
 constexpr std::size_t kept_size = 2048UL * 1024;
+// A connection that has just brought an answer is not asked whether it still stands: no other server can have taken the
+// place of the one that answered.
+constexpr std::chrono::milliseconds trusted_for{1};
 
 bool is_reply(Header const& header) {
   return header.protocol_version == someip_protocol_version && header.client == client_id &&
@@ -31,7 +34,7 @@ Client_link::Client_link(Tcp_stream stream, std::string peer, Limits const& limi
 bool Client_link::alive() {
   {
     std::lock_guard<std::mutex> const lock(mutex_);
-    if (lost_ || !idle()) {
+    if (lost_ || !idle() || Clock::now() < answered_ + trusted_for) {
       return !lost_;
     }
     reading_ = true;
@@ -218,6 +221,7 @@ void Client_link::take(Message_view const& answer) {
       return;
     }
     request = extract(position);
+    answered_ = Clock::now();
   }
   request.finish(answer);
 }
