@@ -25,6 +25,7 @@ class Echo_skeleton final : public tarn::com::cpp_binding::Skeleton_base {
     register_method(method_id(Echo::method),
                     [](tarn::com::cpp_binding::Deserializer& arguments, tarn::com::cpp_binding::Serializer& result) {
                       result.write_bytes(arguments.read_bytes());
+                      return nullptr;
                     });
   }
   ~Echo_skeleton() { StopOfferService(); }

@@ -11,11 +11,13 @@ using tarn::com::cpp_binding::Serializer;
 DataIdentifier_EMMCBudgetExceedanceSkeleton::DataIdentifier_EMMCBudgetExceedanceSkeleton(
     orvel::com::runtime::Instance_id const& instance, tarn::com::Method_call_processing_mode mode)
     : Skeleton_base(DataIdentifier_EMMCBudgetExceedance::name, instance, mode) {
-  register_method(
-      DataIdentifier_EMMCBudgetExceedance::Cancel::id,
-      [this](Deserializer& arguments, Serializer& /*no result*/) { Cancel(read_meta_info(arguments)).get(); });
+  register_method(DataIdentifier_EMMCBudgetExceedance::Cancel::id,
+                  [this](Deserializer& arguments, Serializer& /*no result*/) {
+                    Cancel(read_meta_info(arguments)).get();
+                    return nullptr;
+                  });
   register_method(DataIdentifier_EMMCBudgetExceedance::Read::id, [this](Deserializer& arguments, Serializer& result) {
-    write_read_output(result, Read(read_meta_info(arguments)).get());
+    return answer(Read(read_meta_info(arguments)), result, write_read_output);
   });
 }
 

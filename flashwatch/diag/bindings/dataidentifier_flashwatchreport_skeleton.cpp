@@ -11,11 +11,13 @@ using tarn::com::cpp_binding::Serializer;
 DataIdentifier_FlashwatchReportSkeleton::DataIdentifier_FlashwatchReportSkeleton(
     orvel::com::runtime::Instance_id const& instance, tarn::com::Method_call_processing_mode mode)
     : Skeleton_base(DataIdentifier_FlashwatchReport::name, instance, mode) {
-  register_method(
-      DataIdentifier_FlashwatchReport::Cancel::id,
-      [this](Deserializer& arguments, Serializer& /*no result*/) { Cancel(read_meta_info(arguments)).get(); });
+  register_method(DataIdentifier_FlashwatchReport::Cancel::id,
+                  [this](Deserializer& arguments, Serializer& /*no result*/) {
+                    Cancel(read_meta_info(arguments)).get();
+                    return nullptr;
+                  });
   register_method(DataIdentifier_FlashwatchReport::Read::id, [this](Deserializer& arguments, Serializer& result) {
-    write_read_output(result, Read(read_meta_info(arguments)).get());
+    return answer(Read(read_meta_info(arguments)), result, write_read_output);
   });
 }
 

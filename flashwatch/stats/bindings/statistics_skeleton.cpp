@@ -9,7 +9,7 @@ statisticsSkeleton::statisticsSkeleton(orvel::com::runtime::Instance_id const& i
   register_method(
       method_id(statistics::get_KVS_statistics::name),
       [this](tarn::com::cpp_binding::Deserializer& /*no arguments*/, tarn::com::cpp_binding::Serializer& result) {
-        write_kvs_statistics(result, get_KVS_statistics().get());
+        return answer(get_KVS_statistics(), result, write_kvs_statistics);
       });
 }
 

@@ -2,6 +2,7 @@
 // What a node answers to a client that says whatever a test wants: how a method can end, the limits, and methods that
 // run beside each other. The ordered checks are walked through on the whole machine.
 #include <fstream>
+#include <functional>
 #include <future>
 #include <memory>
 #include <set>
@@ -33,6 +34,7 @@ constexpr std::uint16_t echo_id = 1;
 constexpr std::uint16_t gate_id = 2;
 constexpr std::uint16_t error_id = 3;
 constexpr std::uint16_t flood_id = 4;
+constexpr std::uint16_t output_id = 5;
 constexpr std::size_t flood_size = 50'000;
 
 struct Numbered_error final : tarn::com::cpp_binding::Application_error_exception {
@@ -49,9 +51,9 @@ class AServer : public testing::Test {
     node_ = testing_support::node(1, limits);
     auto const echo = node_->deployment("test::Echo");
     service_ = std::make_shared<Offered_service>(echo, echo->instances.at("one"));
-    service_->add_method(echo_id, [](Deserializer& in, Serializer& out) { out.write_bytes(in.read_bytes()); });
-    service_->add_method(gate_id, [this](Deserializer& /*in*/, Serializer& /*out*/) { gate_.pass(); });
-    service_->add_method(error_id, [](Deserializer& in, Serializer& out) {
+    add(echo_id, [](Deserializer& in, Serializer& out) { out.write_bytes(in.read_bytes()); });
+    add(gate_id, [this](Deserializer& /*in*/, Serializer& /*out*/) { gate_.pass(); });
+    add(error_id, [](Deserializer& in, Serializer& out) {
       out.write_u32(0);
       std::uint8_t const number = in.read_u8();
       if (number == 0xFF) {
@@ -59,8 +61,17 @@ class AServer : public testing::Test {
       }
       throw Numbered_error(number);
     });
-    service_->add_method(flood_id, [](Deserializer& /*in*/, Serializer& out) { out.write_bytes(Bytes(flood_size)); });
+    add(flood_id, [](Deserializer& /*in*/, Serializer& out) { out.write_bytes(Bytes(flood_size)); });
+    service_->add_method(output_id, [this](Deserializer& /*in*/, Serializer& /*out*/) {
+      return std::shared_ptr<void>(&gate_, [this](auto* /*gate*/) { gate_.pass(); });
+    });
     node_->offer(service_);
+  }
+  void add(std::uint16_t id, std::function<void(Deserializer&, Serializer&)> const& method) {
+    service_->add_method(id, [method](Deserializer& in, Serializer& out) {
+      method(in, out);
+      return nullptr;
+    });
   }
   void TearDown() override { gate_.open(); }
 
@@ -147,6 +158,14 @@ TEST_F(AServer, KeepsNoAnswerWaitingForAMethodThatCameWithIt) {
   EXPECT_EQ(peer.receive_message(), echo_answer(1));
   gate_.open();
   EXPECT_EQ(session_of_next(peer), 2);
+}
+
+TEST_F(AServer, KeepsNoAnswerWaitingForTheEndOfItsOutput) {
+  start();
+  Raw_peer peer = client();
+  peer.send(request(output_id, 1));
+  EXPECT_EQ(session_of_next(peer), 1);
+  EXPECT_TRUE(gate_.await_inside(1));
 }
 
 TEST_F(AServer, KeepsNothingBackFromASlowReaderAndNothingFromOthers) {

@@ -44,13 +44,14 @@ void Offered_service::close() {
   left_.wait(lock, [this] { return inside_ == 0; });
 }
 
-bool Offered_service::run(Header const& request, std::vector<std::uint8_t> const& payload, std::size_t message_limit,
-                          std::vector<std::uint8_t>& answer) {
+bool Offered_service::run(Workspace& workspace, std::size_t message_limit) {
   Visit const visit(*this);
   if (!visit.admitted()) {
     return false;
   }
-  Header header = run_method(request, payload, answer);
+  Header const& request = workspace.header;
+  std::vector<std::uint8_t>& answer = workspace.answer;
+  Header header = run_method(workspace);
   // What already carries an error is not answered with another.
   if (header.code == Return_code::malformed_message && request.code != Return_code::ok) {
     answer.clear();
@@ -64,14 +65,16 @@ bool Offered_service::run(Header const& request, std::vector<std::uint8_t> const
   return true;
 }
 
-Header Offered_service::run_method(Header const& request, std::vector<std::uint8_t> const& payload,
-                                   std::vector<std::uint8_t>& answer) const {
+Header Offered_service::run_method(Workspace& workspace) const {
   using tarn::com::cpp_binding::Application_error_exception;
+  Header const& request = workspace.header;
+  std::vector<std::uint8_t> const& payload = workspace.payload;
+  std::vector<std::uint8_t>& answer = workspace.answer;
   answer.resize(Header::size);
   tarn::com::cpp_binding::Deserializer arguments(payload.data(), payload.size(), deployment_->format);
   tarn::com::cpp_binding::Serializer result(answer, deployment_->format);
   try {
-    methods_.at(request.method)(arguments, result);
+    workspace.output = methods_.at(request.method)(arguments, result);
     return reply_header(request, Message_type::response, Return_code::ok);
   } catch (Application_error_exception const& error) {
     answer.resize(Header::size);

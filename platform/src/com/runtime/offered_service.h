@@ -9,11 +9,11 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "platform/src/com/discovery/service_key.h"
 #include "platform/src/com/message/header.h"
 #include "platform/src/com/message/service_deployment.h"
+#include "platform/src/com/runtime/workspace.h"
 #include "tarn/com/cpp_binding/deserializer.h"
 #include "tarn/com/cpp_binding/serializer.h"
 
@@ -22,8 +22,9 @@ namespace linux_platform::com {
 /// One instance of a service that this process offers: its methods, and who is inside them.
 class Offered_service final {
  public:
-  using Method =
-      std::function<void(tarn::com::cpp_binding::Deserializer& arguments, tarn::com::cpp_binding::Serializer& result)>;
+  /// As for Skeleton_base.
+  using Method = std::function<std::shared_ptr<void const>(tarn::com::cpp_binding::Deserializer& arguments,
+                                                           tarn::com::cpp_binding::Serializer& result)>;
 
   Offered_service(std::shared_ptr<Service_deployment const> deployment, Service_deployment::Instance instance)
       : deployment_(std::move(deployment)), instance_(instance) {}
@@ -41,16 +42,14 @@ class Offered_service final {
   /// Lets no call in any more and waits for those inside.
   void close();
 
-  /// Runs a method that it has and writes the whole answer, header included, to `answer`. An answer longer than
-  /// `message_limit` becomes E_NOT_OK; an empty one is not to be sent. False, and nothing done, when the service is
-  /// closed.
-  bool run(Header const& request, std::vector<std::uint8_t> const& payload, std::size_t message_limit,
-           std::vector<std::uint8_t>& answer);
+  /// Runs a method that it has, the one that the header in `workspace` names, and writes the whole answer, header
+  /// included, there. An answer longer than `message_limit` becomes E_NOT_OK; an empty one is not to be sent. False,
+  /// and nothing done, when the service is closed.
+  bool run(Workspace& workspace, std::size_t message_limit);
 
  private:
   class Visit;
-  Header run_method(Header const& request, std::vector<std::uint8_t> const& payload,
-                    std::vector<std::uint8_t>& answer) const;
+  Header run_method(Workspace& workspace) const;
 
   std::shared_ptr<Service_deployment const> const deployment_;
   Service_deployment::Instance const instance_;

@@ -132,11 +132,12 @@ bool Server::take_turn(Server_connection& served, std::uint64_t id, Workspace& w
     if (more && served.needs_help()) {
       workers_.readiness().call_for(served.descriptor(), id);
     }
-    if (!answer(served, workspace, more)) {
-      return false;
-    }
+    bool const sent = answer(served, workspace, more);
     more = served.answered() || more;
     workspace.tidy();
+    if (!sent) {
+      return false;
+    }
   }
   if (more) {
     workers_.readiness().call_for(served.descriptor(), id);
@@ -154,7 +155,7 @@ bool Server::answer(Server_connection& connection, Workspace& workspace, bool mo
   }
   Request_verdict verdict = check_request(request, addressed);
   if (verdict.kind == Request_verdict::Kind::serve) {
-    if (!addressed_service->run(request, workspace.payload, limits_.message_bytes, workspace.answer)) {
+    if (!addressed_service->run(workspace, limits_.message_bytes)) {
       verdict = check_request(request, {});  // withdrawn meanwhile
     }
   }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "platform/src/com/message/header.h"
@@ -18,8 +19,10 @@ struct Workspace {
   Header header;
   std::vector<std::uint8_t> payload;
   std::vector<std::uint8_t> answer;
+  std::shared_ptr<void const> output;  ///< of the method; taken down after the answer has been written
 
   void tidy() {
+    output = nullptr;
     for (auto* buffer : {&payload, &answer}) {
       buffer->clear();
       if (buffer->capacity() > kept_bytes) {

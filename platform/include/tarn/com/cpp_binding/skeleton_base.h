@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "ara/com/future.h"
 #include "orvel/com/runtime/instance_id.h"
 #include "tarn/com/cpp_binding/deserializer.h"
 #include "tarn/com/cpp_binding/serializer.h"
@@ -33,7 +34,10 @@ class Skeleton_base {
   /// Runs one call: reads the arguments, runs the method and writes its result. An exception thrown by the
   /// deserializer is answered as a malformed message, an Application_error_exception as itself, any other as E_NOT_OK.
   /// Runs on threads of the runtime, several at a time.
-  using Method = std::function<void(Deserializer& arguments, Serializer& result)>;
+  ///
+  /// What it returns is let go of when the answer is out, so that the caller does not wait while a large output is
+  /// taken down; that may be after the end of the skeleton. Null when there is nothing worth it.
+  using Method = std::function<std::shared_ptr<void const>(Deserializer& arguments, Serializer& result)>;
 
   /// `interface` is the name under which the machine manifest deploys the service, such as "a::b::Interface".
   ///
@@ -43,6 +47,14 @@ class Skeleton_base {
                 Method_call_processing_mode mode);
   /// Withdraws what is still offered.
   ~Skeleton_base();
+
+  /// Waits for the output of a method and writes it with `write`. Gives what the Method is to return.
+  template <typename Output, typename Write>
+  static std::shared_ptr<Output const> answer(ara::com::Future<Output> output, Serializer& result, Write write) {
+    auto const held = std::make_shared<Output const>(output.get());
+    write(result, *held);
+    return held;
+  }
 
   /// The id that the manifest gives the method `name`; std::runtime_error when it gives none.
   std::uint16_t method_id(std::string const& name) const;
