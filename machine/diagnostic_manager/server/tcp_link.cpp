@@ -6,7 +6,6 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/write.hpp>
 
 namespace machine::diagnostic_manager::server {
 
@@ -18,6 +17,7 @@ Tcp_link::Tcp_link(tcp::socket socket, Limits const& limits, Timer_queue& timers
   error_code ignored;
   // Answers are small and awaited; a socket that refuses the option only answers later.
   socket_.set_option(tcp::no_delay(true), ignored);
+  socket_.non_blocking(true);
 }
 
 void Tcp_link::start(Received received, Ended ended) {
@@ -45,7 +45,7 @@ void Tcp_link::send(Bytes message) {
   }
   queued_ += message.size();
   queue_.push_back(std::move(message));
-  if (queue_.size() == 1) {
+  if (!waiting_) {
     write();
   }
 }
@@ -90,24 +90,40 @@ void Tcp_link::bytes_read(error_code const& error, std::size_t count) {
   }
 }
 
+// Most answers go out at once; only what the network does not take waits for the loop.
 void Tcp_link::write() {
-  boost::asio::async_write(socket_, boost::asio::buffer(queue_.front()),
-                           [self = shared_from_this()](error_code const& error, std::size_t) {
-                             if (self->state_ == State::closed) {
-                               return;
-                             }
-                             if (error) {
-                               self->end("lost while sending");
-                               return;
-                             }
-                             self->queued_ -= self->queue_.front().size();
-                             self->queue_.pop_front();
-                             if (!self->queue_.empty()) {
-                               self->write();
-                             } else if (self->state_ == State::finishing) {
-                               self->finish_sending();
-                             }
-                           });
+  while (!queue_.empty()) {
+    Bytes const& front = queue_.front();
+    error_code error;
+    std::size_t const written = socket_.write_some(boost::asio::buffer(front) + sent_, error);
+    if (error == boost::asio::error::would_block) {
+      wait();
+      return;
+    }
+    if (error) {
+      end("lost while sending");
+      return;
+    }
+    queued_ -= written;
+    sent_ += written;
+    if (sent_ == front.size()) {
+      queue_.pop_front();
+      sent_ = 0;
+    }
+  }
+  if (state_ == State::finishing) {
+    finish_sending();
+  }
+}
+
+void Tcp_link::wait() {
+  waiting_ = true;
+  socket_.async_wait(tcp::socket::wait_write, [self = shared_from_this()](error_code const& /*the write tells*/) {
+    self->waiting_ = false;
+    if (self->state_ != State::closed) {
+      self->write();
+    }
+  });
 }
 
 void Tcp_link::finish_sending() {

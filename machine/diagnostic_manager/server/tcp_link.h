@@ -49,6 +49,7 @@ class Tcp_link final : public connections::Link_if, public std::enable_shared_fr
   void read();
   void bytes_read(boost::system::error_code const& error, std::size_t count);
   void write();
+  void wait();
   void finish_sending();
   void end(std::string_view reason);
 
@@ -64,7 +65,9 @@ class Tcp_link final : public connections::Link_if, public std::enable_shared_fr
   Ended ended_;
   std::array<std::uint8_t, read_size> input_{};
   std::deque<Bytes> queue_;
-  std::size_t queued_ = 0;
+  std::size_t queued_ = 0;  ///< bytes
+  std::size_t sent_ = 0;    ///< of the first that is queued
+  bool waiting_ = false;    ///< for the network to take more
 };
 
 }  // namespace machine::diagnostic_manager::server
