@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "machine/diagnostic_manager/reports/report_identifier.h"
 
+#include <optional>
 #include <utility>
 
 namespace machine::diagnostic_manager::reports {
@@ -21,7 +22,7 @@ class Report_identifier::Place final : public uds::Running_read_if {
   std::uint64_t const reader_;
 };
 
-Report_identifier::Report_identifier(std::unique_ptr<Blocking_report_if> report, Post post)
+Report_identifier::Report_identifier(std::unique_ptr<Report_if> report, Post post)
     : report_(std::move(report)), post_(std::move(post)), thread_([this] { work(); }) {}
 
 Report_identifier::~Report_identifier() {
@@ -45,6 +46,12 @@ std::unique_ptr<uds::Running_read_if> Report_identifier::read(uds::Session /*ses
 void Report_identifier::ask() {
   asking_.swap(waiting_);
   asked_ = true;
+  if (std::optional<Report_outcome> outcome = report_->read_at_once()) {
+    tell(std::move(*outcome));
+    // Not before the loop's next turn: a tester that asks without a pause does not keep it for itself.
+    post_([this] { ask_again(); });
+    return;
+  }
   {
     std::lock_guard<std::mutex> const lock(mutex_);
     wanted_ = true;
@@ -52,13 +59,16 @@ void Report_identifier::ask() {
   changed_.notify_one();
 }
 
-void Report_identifier::answered(Report_outcome outcome) {
+void Report_identifier::tell(Report_outcome outcome) {
   uds::Read_outcome const answer = to_read_outcome(std::move(outcome));
   // A reader that is told may read again or drop others.
   while (!asking_.empty()) {
     auto const reader = asking_.extract(asking_.begin());
     reader.mapped()(answer);
   }
+}
+
+void Report_identifier::ask_again() {
   asked_ = false;
   if (!waiting_.empty()) {
     ask();
@@ -75,7 +85,10 @@ void Report_identifier::work() {
       }
       wanted_ = false;
     }
-    post_([this, outcome = report_->read(stop_)] { answered(outcome); });
+    post_([this, outcome = report_->read(stop_)] {
+      tell(outcome);
+      ask_again();
+    });
   }
 }
 

@@ -11,13 +11,14 @@
 #include <mutex>
 #include <thread>
 
-#include "machine/diagnostic_manager/reports/blocking_report_if.h"
+#include "machine/diagnostic_manager/reports/report_if.h"
 #include "machine/diagnostic_manager/uds/data_identifier_if.h"
 
 namespace machine::diagnostic_manager::reports {
 
-/// A data identifier whose record a service gives. The service is asked on a thread of this object's own, one question
-/// at a time, so a service that hangs holds up nobody but those who read this identifier.
+/// A data identifier whose record a service gives. The service is asked one question at a time. The server's thread
+/// asks it and waits a moment for the answer, which spares two changes of threads; what takes longer goes on on a
+/// thread of this object's own, so a service that hangs holds up nobody but those who read this identifier.
 ///
 /// Testers that come while a question is under way wait for the next one, which then answers all of them: every tester
 /// gets a record that was asked for after its request came. Each tester has one request at most, so those who wait
@@ -27,7 +28,7 @@ class Report_identifier final : public uds::Data_identifier_if {
   /// Hands a function to the server's thread.
   using Post = std::function<void(std::function<void()>)>;
 
-  Report_identifier(std::unique_ptr<Blocking_report_if> report, Post post);
+  Report_identifier(std::unique_ptr<Report_if> report, Post post);
   /// Waits for the question under way. Nothing posted may run any more.
   ~Report_identifier() override;
 
@@ -39,9 +40,10 @@ class Report_identifier final : public uds::Data_identifier_if {
 
   void work();
   void ask();
-  void answered(Report_outcome outcome);
+  void tell(Report_outcome outcome);
+  void ask_again();
 
-  std::unique_ptr<Blocking_report_if> const report_;
+  std::unique_ptr<Report_if> const report_;  ///< of the server's thread, but from a hand-over to what is then posted
   Post const post_;
 
   // Of the server's thread.

@@ -22,12 +22,12 @@ Bytes exceedance_record(Budget_exceedance::Read::Output const& output) { return 
 
 }  // namespace
 
-std::unique_ptr<Blocking_report_if> make_flashwatch_report(std::string const& instance, ara::log::Logger const& log) {
+std::unique_ptr<Report_if> make_flashwatch_report(std::string const& instance, ara::log::Logger const& log) {
   return std::make_unique<Service_report<Flashwatch_report_proxy, Flashwatch_report>>(
       orvel::com::runtime::Instance_id(instance), &report_record, log);
 }
 
-std::unique_ptr<Blocking_report_if> make_budget_exceedance(std::string const& instance, ara::log::Logger const& log) {
+std::unique_ptr<Report_if> make_budget_exceedance(std::string const& instance, ara::log::Logger const& log) {
   return std::make_unique<Service_report<Budget_exceedance_proxy, Budget_exceedance>>(
       orvel::com::runtime::Instance_id(instance), &exceedance_record, log);
 }

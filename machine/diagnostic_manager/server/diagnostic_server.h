@@ -12,7 +12,7 @@
 #include "machine/diagnostic_manager/connections/socket_table.h"
 #include "machine/diagnostic_manager/doip/memory_budget.h"
 #include "machine/diagnostic_manager/doip/udp_entity.h"
-#include "machine/diagnostic_manager/reports/blocking_report_if.h"
+#include "machine/diagnostic_manager/reports/report_if.h"
 #include "machine/diagnostic_manager/server/tcp_server.h"
 #include "machine/diagnostic_manager/server/timer_driver.h"
 #include "machine/diagnostic_manager/server/udp_server.h"
@@ -27,8 +27,8 @@ class Diagnostic_server {
  public:
   /// The services behind 0x17F0 and 0x17F2.
   struct Reports {
-    std::unique_ptr<reports::Blocking_report_if> flashwatch_report;
-    std::unique_ptr<reports::Blocking_report_if> budget_exceedance;
+    std::unique_ptr<reports::Report_if> flashwatch_report;
+    std::unique_ptr<reports::Report_if> budget_exceedance;
   };
 
   /// `failed` is called on the server's thread should the loop ever end by an exception. Threads take over the caller's

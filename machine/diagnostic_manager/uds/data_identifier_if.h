@@ -33,9 +33,9 @@ class Data_identifier_if {
   Data_identifier_if(Data_identifier_if const&) = delete;
   Data_identifier_if& operator=(Data_identifier_if const&) = delete;
 
-  /// Starts a read for a tester whose session is `session`. Never blocks. `done` is called on the server's thread, at
-  /// most once: before this returns (the result may then be null), or later, unless the result has been destroyed. It
-  /// may destroy the result.
+  /// Starts a read for a tester whose session is `session`. Blocks for some milliseconds at most. `done` is called on
+  /// the server's thread, at most once: before this returns (the result may then be null), or later, unless the result
+  /// has been destroyed. It may destroy the result.
   [[nodiscard]] virtual std::unique_ptr<Running_read_if> read(Session session, Read_done done) = 0;
 };
 
