@@ -33,10 +33,10 @@ class Service_report final : public Report_if {
       : instance_(std::move(instance)), to_record_(to_record), log_(log) {}
 
   std::optional<Report_outcome> read_at_once() override {
-    if (!quick_) {
-      return std::nullopt;
-    }
     try {
+      if (!quick_ || !proxy_->connected()) {
+        return std::nullopt;
+      }
       ask();
       return answered_within(moment) ? std::optional(outcome()) : std::nullopt;
     } catch (std::exception const&) {
@@ -75,7 +75,7 @@ class Service_report final : public Report_if {
   /// What a service that answers at once may take.
   static constexpr std::chrono::milliseconds moment{1};
 
-  /// May wait for the network.
+  /// May wait for the network, as may the first question on a connection.
   void find() {
     std::vector<Handle> const handles = Proxy::FindService(instance_);
     if (handles.empty()) {

@@ -118,13 +118,16 @@ TEST_F(AClientConnection, EndsACallAtItsLimitAndDropsWhatIsNotItsAnswer) {
 }
 
 TEST_F(AClientConnection, FailsAllOutstandingRequestsWithTheConnection) {
+  EXPECT_FALSE(connection_->connected());
   std::vector<Number> futures;
   for (int i = 0; i < 4; ++i) {
     futures.push_back(call());
   }
+  EXPECT_TRUE(connection_->connected());
   EXPECT_THAT(end_of(call()), HasSubstr("4 requests are waiting"));
   connection_->drop("it had started anew before", std::chrono::steady_clock::time_point{});
   connection_->drop("the peer has started anew");
+  EXPECT_FALSE(connection_->connected());
   for (auto& future : futures) {
     EXPECT_THAT(end_of(std::move(future)), MatchesRegex("transport .*the peer has started anew"));
   }

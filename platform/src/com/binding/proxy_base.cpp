@@ -35,6 +35,10 @@ Proxy_base::Proxy_base(std::string const& interface, Service_handle handle)
 
 Proxy_base::~Proxy_base() = default;
 
+bool Proxy_base::connected() const {
+  return implementation_->runtime->connected(*implementation_->deployment, implementation_->handle.instance);
+}
+
 std::uint16_t Proxy_base::method_id(std::string const& name) const {
   return com::method_id(*implementation_->deployment, name);
 }

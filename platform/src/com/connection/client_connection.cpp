@@ -50,6 +50,11 @@ std::shared_ptr<ara::com::Future_driver_if> Client_connection::call(Client_reque
   }
 }
 
+bool Client_connection::connected() {
+  std::lock_guard<std::mutex> const lock(mutex_);
+  return link_ != nullptr && link_->alive();
+}
+
 // The link that stands, or a new one; of several threads that need one, one makes it.
 std::shared_ptr<Client_link> Client_connection::link(Clock::time_point deadline) {
   std::unique_lock<std::mutex> lock(mutex_);

@@ -33,6 +33,9 @@ class Client_connection final {
   /// answer; null when the request has ended already.
   std::shared_ptr<ara::com::Future_driver_if> call(Client_request request, std::vector<std::uint8_t> message);
 
+  /// Whether a connection stands as far as can be told without waiting: a call would not have to make one.
+  bool connected();
+
   /// The peer started anew or is gone: what is outstanding fails with `reason`; the next request connects again. A
   /// connection that was made later than `made_by` stays.
   void drop(std::string const& reason, Clock::time_point made_by = Clock::time_point::max());

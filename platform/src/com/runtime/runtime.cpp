@@ -110,6 +110,11 @@ std::vector<std::uint16_t> Runtime::find(Service_deployment const& service, std:
   return instances;
 }
 
+bool Runtime::connected(Service_deployment const& service, std::uint16_t instance) {
+  auto const connection = remote_.connection(service.id, service.major, instance);
+  return connection != nullptr && connection->connected();
+}
+
 std::shared_ptr<ara::com::Future_driver_if> Runtime::call(
     std::shared_ptr<Service_deployment const> const& service, std::uint16_t instance, std::uint16_t method,
     std::function<void(tarn::com::cpp_binding::Serializer&)> const& write_arguments,

@@ -51,6 +51,9 @@ class Runtime final {
   /// window. `instance` may be any_instance.
   std::vector<std::uint16_t> find(Service_deployment const& service, std::uint16_t instance);
 
+  /// See Proxy_base::connected.
+  bool connected(Service_deployment const& service, std::uint16_t instance);
+
   /// Calls a method. See Proxy_base::send.
   std::shared_ptr<ara::com::Future_driver_if> call(
       std::shared_ptr<Service_deployment const> const& service, std::uint16_t instance, std::uint16_t method,

@@ -27,6 +27,10 @@ class Proxy_base {
   Proxy_base(Proxy_base const&) = delete;
   Proxy_base& operator=(Proxy_base const&) = delete;
 
+  /// Whether the instance is offered and a connection to it stands. Otherwise a call may take as long as it takes to
+  /// make one, up to the response time limit.
+  bool connected() const;
+
  protected:
   using Write_arguments = std::function<void(Serializer&)>;
   /// Turns an application error into an exception; null for an error that the method does not declare.

@@ -24,6 +24,8 @@ class DataIdentifier_FlashwatchReportProxy : private tarn::com::cpp_binding::Pro
 
   explicit DataIdentifier_FlashwatchReportProxy(HandleType handle);
 
+  using Proxy_base::connected;
+
   ara::com::Future<void> Cancel(std::map<std::string, std::string> const& meta_info) const;
   ara::com::Future<DataIdentifier_FlashwatchReport::Read::Output> Read(
       std::map<std::string, std::string> const& meta_info) const;

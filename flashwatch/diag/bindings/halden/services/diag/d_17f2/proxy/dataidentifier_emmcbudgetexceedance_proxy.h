@@ -24,6 +24,8 @@ class DataIdentifier_EMMCBudgetExceedanceProxy : private tarn::com::cpp_binding:
 
   explicit DataIdentifier_EMMCBudgetExceedanceProxy(HandleType handle);
 
+  using Proxy_base::connected;
+
   ara::com::Future<void> Cancel(std::map<std::string, std::string> const& meta_info) const;
   ara::com::Future<DataIdentifier_EMMCBudgetExceedance::Read::Output> Read(
       std::map<std::string, std::string> const& meta_info) const;
