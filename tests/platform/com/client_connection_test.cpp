@@ -100,6 +100,18 @@ TEST_F(AClientConnection, TakesEveryEndThatAnAnswerCanHave) {
   }
 }
 
+TEST_F(AClientConnection, ConnectsAnewToAPeerThatClosesAfterAnAnswer) {
+  for (std::uint8_t number = 1; number < 4; ++number) {
+    auto future = call();
+    Raw_peer server = listener_->accept();
+    server.send(with_number(server.receive_message(), number));
+    server.end_sending();
+    while (!server.end_has_arrived()) {
+    }
+    EXPECT_EQ(end_of(std::move(future)), std::to_string(number));
+  }
+}
+
 TEST_F(AClientConnection, EndsACallAtItsLimitAndDropsWhatIsNotItsAnswer) {
   auto future = call(60ms);
   Raw_peer server = listener_->accept();

@@ -5,8 +5,11 @@
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <stdexcept>
 #include <string>
+#include <sys/socket.h>
 #include <utility>
 #include <vector>
 
@@ -73,6 +76,13 @@ class Raw_peer {
                : joined({head, receive(read_length(head.data()) + Header::counted_from - Header::size)});
   }
   bool at_end() { return receive(1).empty(); }
+  /// Whether the other end has acknowledged the end of what was sent.
+  bool end_has_arrived() {
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    require(::getsockopt(stream_.socket().native_handle(), IPPROTO_TCP, TCP_INFO, &info, &size) == 0, "look");
+    return info.tcpi_state != TCP_ESTABLISHED && info.tcpi_state != TCP_FIN_WAIT1;
+  }
   void end_sending() { stream_.socket().shutdown(Tcp::socket::shutdown_send); }
   /// Whether something has come, without waiting for it.
   bool has_input() { return stream_.rdbuf()->in_avail() > 0 || stream_.socket().available() > 0; }

@@ -16,7 +16,7 @@ constexpr int most_reads = 16;
 // answers.
 constexpr std::size_t kept_size = 2048UL * 1024;
 // A connection that has just brought an answer is not asked whether it still stands: no other server can have taken the
-// place of the one that answered.
+// place of the one that answered. The first answer is not enough: there are peers that close after each.
 constexpr std::chrono::milliseconds trusted_for{1};
 
 bool is_reply(Header const& header) {
@@ -34,7 +34,7 @@ Client_link::Client_link(Tcp_stream stream, std::string peer, Limits const& limi
 bool Client_link::alive() {
   {
     std::lock_guard<std::mutex> const lock(mutex_);
-    if (lost_ || !idle() || Clock::now() < answered_ + trusted_for) {
+    if (lost_ || !idle() || (stayed_ && Clock::now() < answered_ + trusted_for)) {
       return !lost_;
     }
     reading_ = true;
@@ -43,8 +43,9 @@ bool Client_link::alive() {
   read_within(Clock::duration::zero());
   std::lock_guard<std::mutex> const lock(mutex_);
   reading_ = false;
+  stayed_ = !lost_;
   wake_next_reader();
-  return !lost_;
+  return stayed_;
 }
 
 std::optional<std::uint16_t> Client_link::send(Client_request& request, std::vector<std::uint8_t>& message) {

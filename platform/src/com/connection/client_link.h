@@ -81,6 +81,7 @@ class Client_link final {
   std::uint16_t last_session_ = 0;
   bool reading_ = false;
   bool lost_ = false;
+  bool stayed_ = false;                 ///< was found to stand when it was looked at
   Clock::time_point answered_ = made_;  ///< when the last answer came
 
   Frame_buffer input_;  ///< belongs to the thread that has set reading_
