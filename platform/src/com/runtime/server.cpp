@@ -105,6 +105,7 @@ void Server::serve(Readiness::Sign sign, Workspace& workspace) {
       remove(id);
     }
   } catch (std::exception const& error) {
+    workspace.tidy();
     warnings_.warn("Gave up " + served->peer() + ": " + error.what());
     remove(id);
   }
