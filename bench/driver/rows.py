@@ -157,13 +157,14 @@ def rest(machine):
                                       ("flashwatch", "everything logged", None)):
         kib = []
         with diagnosed(machine, watcher) as (process, tester):
-            for _ in range(2):
+            for _ in range(4):
                 machine.measure("exchange_cost", 1, 9, READS // 10, text=tester.peer("doip"))
                 kib.append(status(pathlib.Path(f"/proc/{process.pid}"), "VmRSS"))
         yield Row(f"resident after {READS:,} reads, {logged}", "", f"{kib[0] / 1024:.1f} MiB", "", "", "≤ 8 MB",
                   kib[0] * 1024 <= 8_000_000, {"kib": kib[0]})
-        growth = kib[1] - kib[0]
-        yield Row(f"its growth by {READS:,} more, {logged}", "", f"{growth} KiB", "", "",
+        # A worker that joins because a reading took its time touches its stack and its part of the heap, once.
+        growth = statistics.median(later - earlier for earlier, later in zip(kib, kib[1:]))
+        yield Row(f"its growth by {READS:,} more, three times, {logged}", "", f"{growth} KiB", "", "",
                   "" if most_kib is None else "0", None if most_kib is None else growth <= most_kib, {"kib": growth})
 
 
