@@ -106,8 +106,7 @@ TEST_F(AClientConnection, ConnectsAnewToAPeerThatClosesAfterAnAnswer) {
     Raw_peer server = listener_->accept();
     server.send(with_number(server.receive_message(), number));
     server.end_sending();
-    while (!server.end_has_arrived()) {
-    }
+    server.await_arrival_of_end();
     EXPECT_EQ(end_of(std::move(future)), std::to_string(number));
   }
 }

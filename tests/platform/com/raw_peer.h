@@ -76,12 +76,16 @@ class Raw_peer {
                : joined({head, receive(read_length(head.data()) + Header::counted_from - Header::size)});
   }
   bool at_end() { return receive(1).empty(); }
-  /// Whether the other end has acknowledged the end of what was sent.
-  bool end_has_arrived() {
+  /// Waits until the other end has acknowledged the end of what was sent, which nothing tells.
+  void await_arrival_of_end() {
+    auto const limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     tcp_info info{};
-    socklen_t size = sizeof info;
-    require(::getsockopt(stream_.socket().native_handle(), IPPROTO_TCP, TCP_INFO, &info, &size) == 0, "look");
-    return info.tcpi_state != TCP_ESTABLISHED && info.tcpi_state != TCP_FIN_WAIT1;
+    do {
+      socklen_t size = sizeof info;
+      require(std::chrono::steady_clock::now() < limit &&
+                  ::getsockopt(stream_.socket().native_handle(), IPPROTO_TCP, TCP_INFO, &info, &size) == 0,
+              "see the end arrive");
+    } while (info.tcpi_state == TCP_ESTABLISHED || info.tcpi_state == TCP_FIN_WAIT1);
   }
   void end_sending() { stream_.socket().shutdown(Tcp::socket::shutdown_send); }
   /// Whether something has come, without waiting for it.
