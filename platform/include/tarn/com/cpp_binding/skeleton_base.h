@@ -51,7 +51,7 @@ class Skeleton_base {
   /// Waits for the output of a method and writes it with `write`. Gives what the Method is to return.
   template <typename Output, typename Write>
   static std::shared_ptr<Output const> answer(ara::com::Future<Output> output, Serializer& result, Write write) {
-    auto const held = std::make_shared<Output const>(output.get());
+    auto held = std::make_shared<Output const>(output.get());
     write(result, *held);
     return held;
   }
